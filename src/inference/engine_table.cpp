@@ -1,0 +1,44 @@
+// The table from algorithm numbers to engine entry functions.
+//
+// One row per algorithm number, in number order. A row whose entry is null
+// names an engine that this build does not contain; the update driver turns
+// that into a failure status with a message in the error log. Engines plug
+// themselves in by filling their row.
+#include "inference/engine_table.h"
+
+namespace {
+
+struct EngineRow {
+    int algorithm;
+    QEL_bnEngineEntry entry;
+};
+
+const EngineRow kEngines[] = {
+    {0, nullptr},   // join-tree clustering
+    {1, nullptr},   // logic sampling
+    {2, nullptr},   // polytree propagation
+    {3, nullptr},   // likelihood weighting
+    {4, nullptr},   // self-importance sampling
+    {5, nullptr},   // likelihood weighting, retired second number
+    {6, nullptr},   // backward sampling
+    {7, nullptr},   // AIS sampling
+    {8, nullptr},   // EPIS sampling
+    {9, nullptr},   // loopy belief propagation
+    {10, nullptr},  // older cluster engine
+    {11, nullptr},  // join-tree clustering, linear target decomposition
+    {12, nullptr},  // join-tree clustering, recursive target decomposition
+};
+
+// The join-tree probability of evidence; null until that engine is built in.
+const QEL_probEvidenceEntry kProbEvidence = nullptr;
+
+}  // namespace
+
+QEL_bnEngineEntry QEL_findBNEngine(int algorithm) {
+    for (const EngineRow& row : kEngines) {
+        if (row.algorithm == algorithm) return row.entry;
+    }
+    return nullptr;
+}
+
+QEL_probEvidenceEntry QEL_findProbEvidenceEngine() { return kProbEvidence; }
