@@ -1,0 +1,121 @@
+// Enumeration over the joint distribution of a small discrete model.
+//
+// Configurations are walked as an odometer over all variables, last variable
+// fastest. Observed variables are pinned to their outcome, so only the
+// configurations that agree with the hard evidence are visited for the
+// posteriors; a second pass without pinning gives P(virtual evidence).
+#include "brute_force.h"
+
+#include <cstddef>
+
+namespace orvil_test {
+
+namespace {
+
+bool WellFormed(const BruteModel& model) {
+    const int n = static_cast<int>(model.vars.size());
+    for (const BruteVariable& v : model.vars) {
+        if (v.states < 1) return false;
+        std::size_t cells = static_cast<std::size_t>(v.states);
+        for (int p : v.parents) {
+            if (p < 0 || p >= n) return false;
+            cells *= static_cast<std::size_t>(model.vars[p].states);
+        }
+        if (v.table.size() != cells) return false;
+        if (v.evidence >= v.states) return false;
+        if (!v.likelihood.empty() && v.likelihood.size() != static_cast<std::size_t>(v.states))
+            return false;
+    }
+    return true;
+}
+
+double ConfigurationCount(const BruteModel& model) {
+    double count = 1.0;
+    for (const BruteVariable& v : model.vars) count *= v.states;
+    return count;
+}
+
+// Weight of one full configuration: product of every table cell it selects
+// and every likelihood entry it picks.
+double Weight(const BruteModel& model, const std::vector<int>& config) {
+    double w = 1.0;
+    for (std::size_t i = 0; i < model.vars.size(); ++i) {
+        const BruteVariable& v = model.vars[i];
+        std::size_t index = 0;
+        for (int p : v.parents) {
+            index = index * static_cast<std::size_t>(model.vars[p].states) +
+                    static_cast<std::size_t>(config[p]);
+        }
+        index = index * static_cast<std::size_t>(v.states) + static_cast<std::size_t>(config[i]);
+        w *= v.table[index];
+        if (!v.likelihood.empty()) w *= v.likelihood[config[i]];
+        if (w == 0.0) return 0.0;
+    }
+    return w;
+}
+
+// Advances `config` to the next configuration, leaving pinned variables alone.
+bool Next(const BruteModel& model, const std::vector<bool>& pinned, std::vector<int>& config) {
+    for (std::size_t k = config.size(); k-- > 0;) {
+        if (pinned[k]) continue;
+        if (++config[k] < model.vars[k].states) return true;
+        config[k] = 0;
+    }
+    return false;
+}
+
+// Sums the weights of all configurations, pinning observed variables when
+// `useEvidence` is set; accumulates per-variable marginals into `marginals`
+// when it is not null.
+double Enumerate(const BruteModel& model, bool useEvidence,
+                 std::vector<std::vector<double>>* marginals) {
+    const std::size_t n = model.vars.size();
+    std::vector<int> config(n, 0);
+    std::vector<bool> pinned(n, false);
+    for (std::size_t i = 0; i < n; ++i) {
+        if (useEvidence && model.vars[i].evidence >= 0) {
+            pinned[i] = true;
+            config[i] = model.vars[i].evidence;
+        }
+    }
+    double total = 0.0;
+    do {
+        const double w = Weight(model, config);
+        total += w;
+        if (marginals != nullptr && w != 0.0) {
+            for (std::size_t i = 0; i < n; ++i) (*marginals)[i][config[i]] += w;
+        }
+    } while (Next(model, pinned, config));
+    return total;
+}
+
+}  // namespace
+
+int BruteModel::IndexOfHandle(int handle) const {
+    for (std::size_t i = 0; i < vars.size(); ++i) {
+        if (vars[i].handle == handle) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+BruteResult BruteForce(const BruteModel& model) {
+    BruteResult result;
+    if (!WellFormed(model) || ConfigurationCount(model) > kMaxConfigurations) return result;
+    result.ok = true;
+    std::vector<std::vector<double>> marginals(model.vars.size());
+    for (std::size_t i = 0; i < model.vars.size(); ++i) {
+        marginals[i].assign(static_cast<std::size_t>(model.vars[i].states), 0.0);
+    }
+    result.probEvidence = Enumerate(model, true, &marginals);
+    result.probVirtual = Enumerate(model, false, nullptr);
+    result.posteriors.resize(model.vars.size());
+    if (result.probEvidence == 0.0) return result;
+    const double scale = 1.0 / result.probEvidence;
+    for (std::size_t i = 0; i < model.vars.size(); ++i) {
+        for (double& p : marginals[i]) p *= scale;
+        result.posteriors[i] = marginals[i];
+    }
+    return result;
+}
+
+}  // namespace orvil_test
