@@ -45,6 +45,17 @@ int* intArray_Items(void* intArray);
  * array, e.g. nodeDefinition_GetNumberOfOutcomes. */
 const char** stringArray_Items(void* stringArray);
 
+/* The matrix's own items (QEL_Dmatrix), row-major with the last dimension
+ * fastest: for a node's table or value, each run of outcome-count doubles
+ * is one column. A view: the caller frees nothing, writes go straight to
+ * the matrix, and the pointer dies when the matrix changes shape. Read
+ * dMatrix_GetSize for the count; with a count of 0 nothing may be read
+ * through the pointer, which may then be null. */
+double* dMatrix_GetItemsDouble(void* dMatrix);
+/* The number of doubles in the matrix: the product of its dimension sizes,
+ * or 0 for a matrix with no dimensions. */
+int dMatrix_GetSize(void* dMatrix);
+
 /* ---- Descriptive records ---- */
 
 /* ---- Submodels ---- */
