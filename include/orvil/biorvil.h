@@ -22,9 +22,79 @@ extern "C" {
 
 /* ---- Nodes ---- */
 
+/* The node's definition (a nodeDefinition handle), owned by the node. */
+void* node_Definition(void* node);
+/* Turns the node into one of type `newType`, converting outcomes and table
+ * where the kinds allow; the earlier definition and value handles die. 0,
+ * also when the type is unchanged; -51 for a type number that does not
+ * exist; the failure of the new kind otherwise, with the node unchanged. */
+int node_ChangeType(void* node, int newType);
+
 /* ---- Node values ---- */
 
 /* ---- Node definitions ---- */
+
+/* A `nodeDefinition` handle comes from node_Definition and dies with its
+ * node or at the node's next node_ChangeType. Type numbers: 18 conditional
+ * table, 20 truth table (deterministic), and the others of the engine. */
+
+/* The definition's type number. */
+int nodeDefinition_GetType(void* nodeDefinition);
+/* The definition's table (a dMatrix handle: parents in parent order, the
+ * node's own outcomes last), owned by the definition; null for a kind
+ * without a table. */
+void* nodeDefinition_GetMatrix(void* nodeDefinition);
+/* The table's own doubles (a view, in the order of the matrix); `size` is
+ * ignored. Writes go straight to the table and are not checked. Null for a
+ * kind without such an array. Read the count with dMatrix_GetSize. */
+void* nodeDefinition_GetDoubleDefinition(void* nodeDefinition, int size);
+/* The definition's own string list (a view of its slots), for kinds that
+ * have one; `size` is ignored. Null for the others. */
+void* nodeDefinition_GetStringDefinition(void* nodeDefinition, int size);
+/* Copies the first min(size, table size) doubles of `dArr` into the table.
+ * Nothing is checked and the status is dropped. */
+void nodeDefinition_SetDoubleDefinition(void* nodeDefinition, int size, double* dArr);
+/* Gives the definition `size` strings (for a truth table: the resulting
+ * outcome's id for each column). The status is dropped. */
+void nodeDefinition_SetStringDefinition(void* nodeDefinition, int size, const char** sArr);
+/* The number of outcomes; -51 for a kind without outcomes. */
+int nodeDefinition_GetNumberOfOutcomes(void* nodeDefinition);
+/* The outcome ids (a string-array handle owned by the definition; read it
+ * with stringArray_Items); null for a kind without outcomes. */
+void* nodeDefinition_GetOutcomesNames(void* nodeDefinition);
+/* Appends an outcome; children get uniform columns for it, and the node's
+ * own table gives it probability 0. A name that is not a free, valid id is
+ * replaced by a generated "State<n>". 0; -567 for a definition that is not
+ * ready; -51 for a kind without outcomes; a child's failure otherwise. */
+int nodeDefinition_AddOutcome(void* nodeDefinition, const char* name);
+/* Removes outcome `outcomeNumber`; the node's columns are not renormalised.
+ * 0; -2 when only two outcomes exist or the number is out of range; -567,
+ * -51 as above. */
+int nodeDefinition_RemoveOutcome(void* nodeDefinition, int outcomeNumber);
+/* Replaces the outcomes by "State0" .. "State<n-1>" (at least two) and
+ * makes the table uniform. 0; -19 when the node has children; -2 for a
+ * number below 1 (the definition is then left empty); -51 as above. */
+int nodeDefinition_SetNumberOfOutcomes(void* nodeDefinition, int aNumber);
+/* The same with `size` names; invalid or repeated names are repaired.
+ * 0; -19 when the node has children; -2 for no names; -51 as above. */
+int nodeDefinition_SetNumberOfOutcomesStr(void* nodeDefinition, int size, const char** theOutcomeNames);
+/* Renames the outcomes from the first names; invalid or repeated names are
+ * replaced by valid, unique ones. 0; -2 when `size` is below the number of
+ * outcomes; -51 as above. */
+int nodeDefinition_RenameOutcomes(void* nodeDefinition, int size, const char** names);
+/* Reorders the outcomes: outcome i becomes old outcome newOrder[i]; tables
+ * of the node and its children follow. 0; -2 unless `newOrder` is a
+ * permutation of all outcomes; -51 as above. */
+int nodeDefinition_ChangeOrderOfOutcomes(void* nodeDefinition, int size, int* newOrder);
+/* Gives the node exactly the outcomes `ids` (size1 of them) in that order.
+ * newOrder[i] (size2 entries) is the old number of the outcome that
+ * becomes outcome i, or -1 for a new one; old outcomes not named go, and
+ * children follow each step. 0; -2, with nothing changed, when an id is
+ * invalid or repeated, the counts differ, fewer than two outcomes would
+ * remain, or newOrder names an outcome twice or one that does not exist;
+ * -51 as above. */
+int nodeDefinition_ChangeOrderOfOutcomesWithAddAndRemove(void* nodeDefinition, int size1, const char** ids,
+                                                          int size2, int* newOrder);
 
 /* ---- Arrays and matrices ---- */
 
