@@ -1,0 +1,408 @@
+// QEL_network: the model. A table of nodes addressed by small integers
+// (handles), the arcs between them, and the settings that inference and the
+// file formats read.
+//
+// The table is an array of QEL_nodeEntry, one per slot. A handle is a slot
+// index and stays fixed for the life of its node; growing the table moves
+// the entries' contents, never the node objects. Arcs are kept twice, as a
+// parent list in the child's entry and a child list in the parent's entry,
+// in two kinds: normal (probabilistic) arcs and cost-of-observation arcs.
+// The order of a node's normal parent list is the order of the parent
+// dimensions of its definition's table, so every change to one is made to
+// the other. Normal arcs form a directed acyclic graph, except while a file
+// is read with the cycle test switched off.
+//
+// Each entry has a flag word: bit 1 marks a target, the other bits are
+// scratch for the traversals, each of which clears its own bits over the
+// whole table before it starts.
+#ifndef ORVIL_NETWORK_H
+#define ORVIL_NETWORK_H
+
+#include "orvil/creation.h"
+#include "orvil/documentation.h"
+#include "orvil/intarray.h"
+#include "orvil/object.h"
+#include "orvil/userproperties.h"
+
+class QEL_node;
+class QEL_header;
+class QEL_idArray;
+class QEL_submodelHandler;
+class QEL_caseManager;
+class QEL_dbnImpl;
+class QEL_randGen;
+class QEL_extFunctionContainer;
+class QEL_errorStringHandler;
+class QEL_jptStore;
+class QEL_updateBeliefsListener;
+
+// Kinds of arc. Cost arcs are kept in lists of their own and have no effect
+// on probabilities.
+enum qel_arcType { qel_normalArc = 0, qel_costObserve = 1 };
+
+// The handle that names no node.
+const int QEL_NO_NODE = -2;
+
+// Bits of an entry's flag word.
+const int QEL_ENTRY_TARGET = 1;
+const int QEL_ENTRY_VISITED = 2;
+const int QEL_ENTRY_ANCESTOR = 4;
+const int QEL_ENTRY_DESCENDANT = 8;
+const int QEL_ENTRY_ORDERED = 0x10;
+const int QEL_ENTRY_ON_PATH = 0x20;
+const int QEL_ENTRY_LEAF_SEEN = 0x40;
+
+// Bits of the network's readFlags word.
+const int QEL_READ_ACTIVE = 1;
+const int QEL_READ_NO_CYCLE_TEST = 2;
+const int QEL_READ_NO_ID_TEST = 4;
+
+// One slot of the node table.
+class QEL_nodeEntry : public QEL_object {
+public:
+    // An empty slot: no node, empty lists, flags 0; ready.
+    QEL_nodeEntry();
+    QEL_nodeEntry(const QEL_nodeEntry&) = delete;
+    // Copies the node pointer (not the node), the four lists, `flags` and
+    // `temporalType`; `depth` stays. Returns 0, or -567 when `other` is not
+    // ready.
+    int operator=(const QEL_nodeEntry& other);
+    // Exchanges node, temporal type, flags and the four lists with `other`
+    // without allocating; `depth` stays.
+    void Swap(QEL_nodeEntry& other);
+
+    // The node, owned by the network; null marks an empty slot.
+    QEL_node* node;
+    // Normal parents, in the order of the definition's parent dimensions.
+    QEL_intArray parents;
+    // Normal children, in order of arrival.
+    QEL_intArray children;
+    QEL_intArray costParents;
+    QEL_intArray costChildren;
+    // The node's temporal type: 0 normal, 1 anchor, 2 terminal, 3 plate.
+    int temporalType;
+    // Target and traversal bits (QEL_ENTRY_...). Not the object's state
+    // word, which is QEL_object::flags.
+    int flags;
+    // Written by GetDepthOfNet.
+    int depth;
+};
+
+class QEL_network : public QEL_object {
+public:
+    // ---- Life cycle ----
+    // An empty network with 50 slots and a growth step of 50.
+    QEL_network();
+    // An empty network with `initialSize` slots growing by `growth`; values
+    // below 1 mean 50.
+    QEL_network(int initialSize, int growth);
+    QEL_network(const QEL_network&) = delete;
+    QEL_network& operator=(const QEL_network&) = delete;
+    // Destroys the nodes and every owned member.
+    ~QEL_network() override;
+
+    // Empties the network and gives it a fresh table of `initialSize` slots
+    // growing by `growth` (values below 1 mean 50); the root submodel's
+    // header gets the id and name "Unnamed". Returns 0.
+    int ReCreate(int initialSize, int growth);
+    // Destroys all nodes and the table. With `deep`, also clears the
+    // entries' lists, the creation record, the properties, the submodels,
+    // the cases, the temporal data and the joint-probability store. Ends
+    // with an empty, ready network without slots. Returns 0.
+    int CleanUp(int deep = 0) override;
+    // Readiness pass: with `deep`, checks the records, the submodels and
+    // each node deeply. A node that is not ready is deleted. Returns 0, or
+    // -567 when a deletion failed.
+    int CheckReadiness(int deep = 0) override;
+
+    // ---- Table and lookup ----
+    // Adds a node of definition `type` with identifier `id` (null: a
+    // generated "Node<n>"). An id that is not a valid identifier is
+    // replaced by a generated one and kept as the node's name. Returns the
+    // new handle; -51 for an invalid type; -2 when `id` is in use (unless a
+    // read suppresses the test) or no id could be set; -42 when the table
+    // cannot grow.
+    int AddNode(int type, const char* id);
+    // Removes all arcs of the node (each through RemoveArc, so every other
+    // definition follows) and the node itself. 0, or -2 for a bad handle.
+    int DeleteNode(int handle);
+    // Deletes the nodes from the highest handle down. 0, or the first
+    // failing status (the deletion stops there).
+    int DeleteAllNodes();
+    // The node, or null unless Ok(handle).
+    QEL_node* GetNode(int handle) const;
+    // True when `handle` is in range and its slot holds a node.
+    bool Ok(int handle) const;
+    // First handle, in slot order, whose node has the id `id`; -2 if none.
+    int FindNode(const char* id) const;
+    // True when a node other than `except` has the id `id`, or the
+    // submodels use it. Null and ids starting with "@" are never in use.
+    bool IsThisIdentifierInUse(const char* id, int except) const;
+    // Live handles in ascending slot order; -2 at the end, for a negative
+    // argument, or on an empty table.
+    int GetFirstNode() const;
+    int GetNextNode(int handle) const;
+    int GetLastNode() const;
+    // Appends every live handle, ascending, to `here` (not cleared first).
+    // Returns 0.
+    int GetAllNodes(QEL_intArray& here) const;
+    // Appends the ids of all live nodes, in slot order, through the array's
+    // own Add. Returns 0.
+    int GetAllNodeIds(QEL_idArray& here) const;
+    // Appends the nodes whose value holds real or propagated evidence.
+    // Returns 0.
+    int GetAllEvidenceNodes(QEL_intArray& here) const;
+    int GetNumberOfNodes() const { return numNodes; }
+    int GetNumberOfTargets() const { return numTargets; }
+    // Number of slots and slots added per growth.
+    int GetMaxNodes() const { return maxNodes; }
+    int GetGrowthStep() const { return growthStep; }
+    // Writes "Node<n>" to `out` (room for 16 characters), n being the first
+    // number from the node count upward that gives an id not in use.
+    // Returns 0.
+    int CreateUniqueNodeIdentifier(char* out) const;
+    // OR `mask` into, or remove it from, the flag word of every slot, live
+    // or not; CleanFlag() zeroes the words. Return 0.
+    int SetFlag(int mask);
+    int CleanFlag(int mask);
+    int CleanFlag();
+
+    // ---- Arcs ----
+    // Adds the arc parent -> child. Normal arcs: -2 for bad handles, a
+    // self-arc or an existing arc in either direction; -11 when the arc
+    // would close a cycle; -51 when the temporal types forbid it or the
+    // child's definition refuses the parent (logged as "Arc rejected by
+    // child node"). Cost arcs: -2 for bad handles, a self-arc, or when the
+    // child's cost record refuses (logged as "Arc cannot be added"). A
+    // refused arc leaves both lists as they were. 0 on success.
+    int AddArc(int parent, int child, qel_arcType type = qel_normalArc);
+    // Removes the arc parent -> child; the child's definition (or cost
+    // record) drops the parent's dimension first. 0, or -2 for bad
+    // handles, a self-arc, or (normal arcs) an arc that does not exist.
+    int RemoveArc(int parent, int child, qel_arcType type = qel_normalArc);
+    // The entry's own lists: the cost lists for qel_costObserve, the normal
+    // lists for anything else. `handle` is not checked.
+    QEL_intArray& GetParents(int handle, qel_arcType type = qel_normalArc);
+    QEL_intArray& GetChildren(int handle, qel_arcType type = qel_normalArc);
+    const QEL_intArray& GetParents(int handle, qel_arcType type = qel_normalArc) const;
+    const QEL_intArray& GetChildren(int handle, qel_arcType type = qel_normalArc) const;
+    // List lengths, or -2 for a bad handle. Any type but qel_costObserve
+    // counts normal arcs.
+    int NumParents(int handle, qel_arcType type = qel_normalArc) const;
+    int NumChildren(int handle, qel_arcType type = qel_normalArc) const;
+    // 1 when `other` is a normal parent of `handle`, else 0; -2 for a bad
+    // `handle`.
+    int IsThisGuyMyParent(int handle, int other) const;
+    // 1 when `other` is a child of `handle` by an arc of `type`, else 0 (also
+    // for a type other than 0 and 1); -2 for a bad `handle`.
+    int IsThisGuyMyChild(int handle, int other, qel_arcType type = qel_normalArc) const;
+    // True when a normal arc joins `a` and `b` in either direction.
+    // Unchecked.
+    bool Related(int a, int b) const;
+    // Reorders the node's parent list (new parent i is old parent
+    // newOrder[i]) and, on success, its definition's parent dimensions.
+    // Returns the status of the list reordering (-2 for an order that is not
+    // a permutation of the list). `handle` is not checked.
+    int ChangeOrderOfParents(int handle, QEL_intArray& newOrder);
+    // Calls RemoveArc(i, j) for every i and j below the number of live
+    // nodes. Handles at or above that number keep their arcs when the table
+    // has holes, and cost arcs stay. Returns 0.
+    int RemoveAllArcs();
+    // The parents (of that arc type) whose definition has outcomes, in list
+    // order, replacing `here`. A type other than 0 and 1 does nothing.
+    // Returns 0.
+    int GetDiscreteParents(int handle, QEL_intArray& here, qel_arcType type = qel_normalArc);
+    // Replaces `out` with the entries of `in` whose definition type shares a
+    // bit with `mask`, in order. Returns 0.
+    int FilterByDefinitionFlag(const QEL_intArray& in, int mask, QEL_intArray& out) const;
+
+    // ---- Targets and model questions ----
+    // Marks or unmarks a target. -2 for a bad handle, -4 when the mark
+    // already has that value, else 0.
+    int SetTarget(int handle, bool on);
+    // 1 or 0; -2 for a bad handle.
+    int IsTarget(int handle) const;
+    // Unmarks every target. Returns 0.
+    int ClearAllTargets();
+    // 1 when some value holds real or propagated evidence, else 0.
+    int IsThereAnyEvidence() const;
+    // 1 when some decision node holds evidence, else 0.
+    int IsThereAnyDecision() const;
+    // Clears the evidence of every decision node. Returns 0.
+    int ClearAllDecision();
+    // True when some node's definition is a list, a table or a
+    // multi-attribute utility.
+    bool IsInfluenceDiagram() const;
+    // True when the node has the property "DIAG_TESTGROUPCOST" with the
+    // value "True", in any case.
+    bool IsGroupCost(int handle) const;
+    // The largest number of normal parents of any node; 0 when empty.
+    int InDegree() const;
+    // Append the ancestors (descendants) of `handle` by normal arcs, in
+    // ascending order, without the node itself. 0, or -2 for a bad handle.
+    int GetAncestors(int handle, QEL_intArray& here);
+    int GetDescendants(int handle, QEL_intArray& here);
+    // Their number, or -2 for a bad handle.
+    int GetNumOfAncestors(int handle);
+    int GetNumOfDescendants(int handle);
+    // The same over cost arcs. 0, or -2 for a bad handle.
+    int GetCostDescendants(int handle, QEL_intArray& here);
+    // 1 when the normal arcs form no directed cycle, else 0.
+    int IsAcyclic();
+    // True when the arc parent -> child would keep the graph acyclic; false
+    // for a self-arc or bad handles. The lists are as before afterwards.
+    bool RemainsAcyclic(int parent, int child);
+    // 1 when the normal arcs, taken as undirected, form no cycle (several
+    // components are fine), else 0.
+    int IsPolyTree();
+    // Writes each node's depth (0 without children, else 1 + the largest
+    // depth of its children) and returns the largest; 0 when empty.
+    int GetDepthOfNet();
+    // The cached parents-before-children order of all live nodes, rebuilt
+    // when stale: a depth-first postorder over parents, starting nodes taken
+    // in handle order and parents in list order.
+    const QEL_intArray& PartialOrdering();
+    void InvalidatePartialOrder() { partialOrderValid = false; }
+    // Sorts `list` into partial order (its handles that are live nodes).
+    // Returns 0.
+    int OrderPartially(QEL_intArray& list);
+    // The order for decisions: each decision in partial order preceded by
+    // its not yet placed parents, then all other nodes in partial order.
+    // Replaces `out`. Returns 0.
+    int TemporalOrder(QEL_intArray& out);
+    // Sorts `list` into the order of TemporalOrder. Returns 0.
+    int OrderTemporally(QEL_intArray& list);
+    // The partial order over cost arcs, computed afresh. Replaces `out`.
+    // Returns 0.
+    int CostPartialOrdering(QEL_intArray& out);
+    // Sorts `list` into the order of CostPartialOrdering. Returns 0.
+    int OrderPartiallyByCost(QEL_intArray& list);
+
+    // ---- Notifications from nodes ----
+    // Asked by a node's header before its id changes. 1 allows the change
+    // (each normal child's definition is told, so equations can rewrite
+    // their text), 0 refuses it: `newId` is in use and no read suppresses
+    // the test. Equal ids are allowed at once.
+    int OnNodeIdChanging(int handle, const char* oldId, const char* newId);
+    // Passed on to the saved cases and, where present, the temporal data.
+    // Return 0.
+    int OnTypeChanged(int handle, int oldType);
+    int OnOutcomeAdded(int handle, int position);
+    int OnOutcomeDeleted(int handle, int position);
+    // Passed on to the saved cases only. Returns 0.
+    int OnReorderOutcomes(int handle, QEL_intArray& newOrder);
+
+    // ---- Owned parts ----
+    // The network's header: that of the root submodel.
+    QEL_header& GetHeader();
+    QEL_submodelHandler& Submodels() { return *submodels; }
+    QEL_caseManager& Cases() { return *cases; }
+    // The temporal data, made on first use.
+    QEL_dbnImpl& Dbn();
+    // The temporal data, or null when no temporal operation made it.
+    QEL_dbnImpl* GetDbn() const { return dbn; }
+    QEL_creation& Creation() { return creation; }
+    QEL_userProperties& UserProperties() { return userProperties; }
+    QEL_documentation& Documentation() { return documentation; }
+    // The process-wide error log.
+    static QEL_errorStringHandler& ErrorHandler();
+    // Bits of QEL_READ_...; set by the readers around a file read.
+    int GetReadFlags() const { return readFlags; }
+    void SetReadFlags(int bits) { readFlags = bits; }
+
+    // ---- Update driver and staleness tracking ----
+    // These members belong to the update driver (src/inference), which
+    // decides when beliefs are stale and which engine recomputes them. The
+    // graph code above calls the hooks after each change of structure.
+    //
+    // Arc hooks: mark what the new or removed arc can reach as stale.
+    int RelevanceArcAdded(int from, int to);
+    int RelevanceArcRemoved(int from, int to);
+    // true creates the joint-probability store (empty), false frees it.
+    void EnableJptStore(bool on);
+    // ---- end of the update driver's members ----
+
+private:
+    // Constructor steps shared by every constructor: the owned parts, the
+    // defaults, then Initialize.
+    void Construct();
+    // Back to no table and default counts; leaves algorithm choices, flags
+    // and parameter blocks alone.
+    void Initialize();
+    // Adds growthStep slots, moving the entries. 0, or -42.
+    int Grow();
+    // The slot for a new node. -2 when none is free.
+    int FindHole();
+    // Puts a new node of `type` into `handle` with id `id`; the slot is
+    // empty again on failure. 0 or -2.
+    int PlaceNode(int handle, int type, const char* id);
+    // Generates an id for the node in `handle` and sets it. 0 or -2.
+    int SetGeneratedId(QEL_node& node);
+    // Removes every arc of the node in `handle`, one at a time.
+    void RemoveArcsOf(int handle);
+    int AddNormalArc(int parent, int child);
+    int AddObservCostArc(int parent, int child);
+    int RemoveNormalArc(int parent, int child);
+    int RemoveObservCostArc(int parent, int child);
+    // The temporal rule for normal arcs between the two entries' types.
+    bool TemporalTypesAllowArc(int parent, int child) const;
+    // Definition type of a live node with a definition, else 0.
+    int DefinitionType(int handle) const;
+    // Flag word of a live node's value, else 0.
+    int ValueFlags(int handle) const;
+    // Mark the ancestors (bit 4) or descendants (bit 8) of `handle`.
+    void MarkAncestors(int handle);
+    void MarkDescendants(int handle, bool costArcs);
+    // Appends the live slots with `bit` set; returns how many.
+    int CollectMarked(int bit, QEL_intArray* here) const;
+    // Depth-first search from `start` for a cycle through its children.
+    bool CycleBelow(int start);
+    // Undirected walk from `start` over unvisited neighbours; false when a
+    // node is reached twice.
+    bool VisitTree(int start);
+    // Appends the not yet ordered ancestors of `start`, then `start`, by a
+    // depth-first postorder over the lists of `type`.
+    void OrderFrom(int start, qel_arcType type, QEL_intArray& out);
+    // Keeps those of `order` that are in `list`, in the order of `order`.
+    void ReorderAlong(const QEL_intArray& order, QEL_intArray& list) const;
+
+    QEL_creation creation;
+    QEL_userProperties userProperties;
+    QEL_documentation documentation;
+    QEL_submodelHandler* submodels;
+    QEL_nodeEntry* nodes;
+    int maxNodes;
+    int numNodes;
+    int growthStep;
+    int numTargets;
+    int numberOfSamples;
+    int numberOfDiscretizationSamples;
+    bool zeroAvoidance;
+    bool rejectOutliers;
+    int defaultBNAlgorithm;
+    int defaultIDAlgorithm;
+    bool partialOrderValid;
+    QEL_intArray partialOrder;
+    // Update driver: network flags (relevance active, functional
+    // determination, update immediately). Not QEL_object::flags.
+    int flags;
+    // Update driver: the model events that run the relevance hooks.
+    int relevanceEvents;
+    int readFlags;
+    // 0 "user", 1 "node", 2 "state", 3 "nodestate", 4 "inherit".
+    int faultNameFormat;
+    // The sampling, loopy propagation and annealed MAP parameter blocks
+    // follow here once their engines exist.
+    bool noisyDecompEnabled;
+    int noisyDecompLimit;
+    QEL_randGen* randGen;
+    QEL_caseManager* cases;
+    QEL_dbnImpl* dbn;
+    // Update driver: joint probability tables of the last exact update.
+    QEL_jptStore* jptStore;
+    QEL_extFunctionContainer* extFunctions;
+    // Update driver: told of each update; not owned.
+    QEL_updateBeliefsListener* listener;
+};
+
+#endif

@@ -1,0 +1,59 @@
+// QEL_nodeInfo: the four descriptive records of a node, copied and checked
+// as one.
+#include "orvil/nodeinfo.h"
+
+#include "orvil/errors.h"
+
+QEL_nodeInfo::QEL_nodeInfo() {
+    SetObjectReady();
+}
+
+QEL_nodeInfo::QEL_nodeInfo(const QEL_nodeInfo& other)
+    : QEL_object(), header(other.header), screen(other.screen),
+      userProperties(other.userProperties), documentation(other.documentation) {
+    SetObjectReady();
+}
+
+int QEL_nodeInfo::operator=(const QEL_nodeInfo& other) {
+    if (!other.IsReady()) return QEL_OBJECT_NOT_READY;
+    if (&other == this) return 0;
+    header = other.header;
+    screen = other.screen;
+    userProperties = other.userProperties;
+    documentation = other.documentation;
+    return 0;
+}
+
+int QEL_nodeInfo::CheckReadiness(int deep) {
+    if (deep != 0) {
+        header.CheckReadiness(deep);
+        screen.CheckReadiness(deep);
+        userProperties.CheckReadiness(deep);
+        documentation.CheckReadiness(deep);
+    }
+    bool ready = header.IsReady() && screen.IsReady() && userProperties.IsReady() &&
+                 documentation.IsReady();
+    if (!ready) {
+        SetObjectNotReady();
+        return QEL_OBJECT_NOT_READY;
+    }
+    SetObjectReady();
+    return 0;
+}
+
+int QEL_nodeInfo::CheckConsistency(int deep) {
+    if (deep != 0) {
+        header.CheckConsistency(deep);
+        screen.CheckConsistency(deep);
+        userProperties.CheckConsistency(deep);
+        documentation.CheckConsistency(deep);
+    }
+    bool consistent = header.IsConsistent() && screen.IsConsistent() &&
+                      userProperties.IsConsistent() && documentation.IsConsistent();
+    if (!consistent) {
+        SetObjectNotConsistent();
+        return QEL_OBJECT_NOT_CONSISTENT;
+    }
+    SetObjectConsistent();
+    return 0;
+}
