@@ -1,9 +1,9 @@
-// The table from algorithm numbers to engine entry functions.
+// The tables from engine numbers to engine entry functions.
 //
-// One row per algorithm number, in number order. A row whose entry is null
-// names an engine that this build does not contain; the update driver turns
-// that into a failure status with a message in the error log. Engines plug
-// themselves in by filling their row.
+// One row per number, in number order. A row whose entry is null names an
+// engine that this build does not contain; the update driver turns that into
+// a failure status with a message in the error log. Engines plug themselves
+// in by filling their row.
 #include "inference/engine_table.h"
 
 namespace {
@@ -29,16 +29,39 @@ const EngineRow kEngines[] = {
     {12, nullptr},  // join-tree clustering, recursive target decomposition
 };
 
-// The join-tree probability of evidence; null until that engine is built in.
+const EngineRow kSolvers[] = {
+    {0, nullptr},  // Cooper's algorithm
+    {1, nullptr},  // Shachter's algorithm
+};
+
+// Equation solvers: forward sampling, and solving a discretised copy.
+const QEL_solverEntry kEquationSolver = nullptr;
+const QEL_solverEntry kDiscretizedSolver = nullptr;
+
+// Unrolling of dynamic networks.
+const QEL_solverEntry kTemporalEngine = nullptr;
+
+// The join-tree probability of evidence.
 const QEL_probEvidenceEntry kProbEvidence = nullptr;
 
-}  // namespace
-
-QEL_bnEngineEntry QEL_findBNEngine(int algorithm) {
-    for (const EngineRow& row : kEngines) {
+template <int N>
+QEL_bnEngineEntry FindRow(const EngineRow (&rows)[N], int algorithm) {
+    for (const EngineRow& row : rows) {
         if (row.algorithm == algorithm) return row.entry;
     }
     return nullptr;
 }
+
+}  // namespace
+
+QEL_bnEngineEntry QEL_findBNEngine(int algorithm) { return FindRow(kEngines, algorithm); }
+
+QEL_solverEntry QEL_findIDEngine(int algorithm) { return FindRow(kSolvers, algorithm); }
+
+QEL_solverEntry QEL_findEquationEngine(bool discretized) {
+    return discretized ? kDiscretizedSolver : kEquationSolver;
+}
+
+QEL_solverEntry QEL_findTemporalEngine() { return kTemporalEngine; }
 
 QEL_probEvidenceEntry QEL_findProbEvidenceEngine() { return kProbEvidence; }
