@@ -18,9 +18,70 @@ extern "C" {
 
 /* ---- Network life and structure ---- */
 
+/* A `net` handle is a network owned by the caller until delete_network. A
+ * node handle is an int, the node's slot in the network (-2: no node); it
+ * stays fixed while the node lives, and the slot of a deleted node may be
+ * given to a later one. */
+
+/* A new, empty network: 50 node slots, growing by 50 as needed. */
+void* new_network(void);
+/* A new network holding a full copy of `net` (nodes with the same handles,
+ * arcs, records, settings, temporal data). Owned by the caller. */
+void* copy_network(void* net);
+/* Destroys the network and everything in it; every handle into it dies.
+ * Null is accepted and does nothing. */
+void delete_network(void* net);
+/* Adds a node of type `thisType` (18: conditional table, 20: truth table,
+ * ...) with the identifier `nodeName` (not null), and returns the handle of
+ * the node that now has this identifier: a name already in use gives the
+ * existing node's handle and adds nothing. -2 for an invalid type (unless
+ * the name exists) or a name that is no valid identifier. */
+int AddNode(void* net, int thisType, const char* nodeName);
+/* Deletes the node with all its arcs; the children's tables drop its
+ * dimension. 0; -2 for a bad handle. */
+int DeleteNode(void* net, int thisNode);
+/* Adds the arc theParent -> theChild; the child's table gains the parent's
+ * dimension, last. 0; -2 for bad handles, a self-arc, or an arc that exists
+ * in either direction; -11 when the arc would close a cycle; -51 when the
+ * child's kind refuses the parent. A refused arc changes nothing. */
+int AddArc(void* net, int theParent, int theChild);
+/* Removes the arc theParent -> theChild; the child's table drops the
+ * parent's dimension. 0; -2 for bad handles or a missing arc. */
+int RemoveArc(void* net, int theParent, int theChild);
+/* The handle of the node with identifier `withThisID`, or -2. */
+int FindNode(void* net, const char* withThisID);
+/* 1 when a node has the identifier `withThisID`, else 0. */
+int HasNode(void* net, const char* withThisID);
+/* The node (a `node` handle, owned by the network), or null when the
+ * handle is out of range or its slot is empty. */
+void* GetNode(void* net, int theNode);
+/* Appends every live node handle, ascending, to the int array `here`,
+ * which is not cleared first. Returns 0. */
+int GetAllNodes(void* net, void* here);
+/* The network's own list of the parents of `theNode` (an int array handle,
+ * in the order of the table's parent dimensions). A view, not a copy: it
+ * changes with the structure and must not be released. `theNode` is not
+ * checked and must be a live node. */
+void* GetParents(void* net, int theNode);
+
+/* Smoke checks of a build. test writes `arg` and a newline to standard
+ * output and returns `arg`. The library also exports a function named main
+ * (it builds a network with one node, "Yay", writes "Woot!" and returns 0);
+ * it is not declared here, so that it cannot clash with the caller's own
+ * main. */
+const char* test(const char* arg);
+
 /* ---- Files, inference and settings ---- */
 
 /* ---- Nodes ---- */
+
+/* The node's descriptive record (a nodeInfo handle), owned by the node. */
+void* node_Info(void* node);
+/* The handle of the submodel that holds the node (0x4000: the root). */
+int node_GetSubmodel(void* node);
+/* Moves the node into the submodel with identifier `thisSubmodel`. 0; -2
+ * for null; -30 (logged as "Unknown submodel") for an unknown identifier. */
+int node_SetSubmodel(void* node, char* thisSubmodel);
 
 /* The node's definition (a nodeDefinition handle), owned by the node. */
 void* node_Definition(void* node);
@@ -127,6 +188,58 @@ double* dMatrix_GetItemsDouble(void* dMatrix);
 int dMatrix_GetSize(void* dMatrix);
 
 /* ---- Descriptive records ---- */
+
+/* Record handles point into their owner (the network or a node) and die
+ * with it. Texts handed out are the record's own, not copies. */
+
+/* The network's header: its id (at first "Unnamed"), name and comment. */
+void* net_Header(void* net);
+/* The three records of a node's descriptive record. */
+void* nodeInfo_Header(void* nodeInfo);
+void* nodeInfo_Screen(void* nodeInfo);
+void* nodeInfo_UserProperties(void* nodeInfo);
+/* The screen record's position (a rectangle handle, a member of it). */
+void* screenInfo_position(void* screenInfo);
+/* A new array of six ints, owned by the caller (release it with
+ * screenInfo_releaseFormatting): color, selColor, font, fontColor,
+ * borderThickness, borderColor. A field never set holds -2147483647. */
+int* screenInfo_formatting(void* screenInfo);
+/* Releases an array made by screenInfo_formatting. Null does nothing. */
+void screenInfo_releaseFormatting(int* fmts);
+/* Stores six ints in the order of screenInfo_formatting; an entry of -1
+ * leaves its field unchanged, so -1 itself can never be stored. */
+void screenInfo_setFormatting(void* screenInfo, int* fmts);
+/* Read or write one field of a rectangle: the centre and the extent. */
+int rectangle_center_X(void* rectangle);
+int rectangle_center_Y(void* rectangle);
+int rectangle_width(void* rectangle);
+int rectangle_height(void* rectangle);
+void rectangle_center_X_set(void* rectangle, int val);
+void rectangle_center_Y_set(void* rectangle, int val);
+void rectangle_width_set(void* rectangle, int val);
+void rectangle_height_set(void* rectangle, int val);
+/* The header's id, name and comment (its own texts, or null); a text dies
+ * when it is next set. */
+const char* header_GetId(void* header);
+const char* header_GetName(void* header);
+const char* header_GetComment(void* header);
+/* Set the id, name or comment (copied; null stores none). An id must be a
+ * valid identifier (a letter, then letters, digits or "_") and, in a
+ * node's header, unused by other nodes; a refused id leaves the old one,
+ * and only the error log tells ("Illegal identifier"). */
+void header_SetId(void* header, const char* id);
+void header_SetName(void* header, const char* name);
+void header_SetComment(void* header, const char* comment);
+/* Appends a property; a name already present moves to the end with the
+ * new value. 0; -2 when `propertyName` is no valid identifier. */
+int userProperties_AddProperty(void* userProperties, const char* propertyName, const char* propertyValue);
+/* The index of the property `withThisName`, or -2. */
+int userProperties_FindProperty(void* userProperties, const char* withThisName);
+/* The value of property `index` (the record's own text). `index` is not
+ * checked. */
+const char* userProperties_GetPropertyValue(void* userProperties, int index);
+/* Removes property `thisOne`. 0; -2 for a bad index. */
+int userProperties_DeleteProperty(void* userProperties, int thisOne);
 
 /* ---- Submodels ---- */
 

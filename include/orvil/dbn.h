@@ -13,6 +13,8 @@ class QEL_network;
 class QEL_dbnImpl {
 public:
     explicit QEL_dbnImpl(const QEL_network& net);
+    // A copy of `other` for the network copy `net`.
+    QEL_dbnImpl(const QEL_network& net, const QEL_dbnImpl& other);
     QEL_dbnImpl(const QEL_dbnImpl&) = delete;
     QEL_dbnImpl& operator=(const QEL_dbnImpl&) = delete;
 

@@ -96,7 +96,8 @@ public:
     // An empty network with `initialSize` slots growing by `growth`; values
     // below 1 mean 50.
     QEL_network(int initialSize, int growth);
-    QEL_network(const QEL_network&) = delete;
+    // A full copy of `other`, temporal data included (Copy).
+    QEL_network(const QEL_network& other);
     QEL_network& operator=(const QEL_network&) = delete;
     // Destroys the nodes and every owned member.
     ~QEL_network() override;
@@ -110,6 +111,14 @@ public:
     // the cases, the temporal data and the joint-probability store. Ends
     // with an empty, ready network without slots. Returns 0.
     int CleanUp(int deep = 0) override;
+    // Makes this network a copy of `source`: the same slots and handles,
+    // holes included, a full copy of every node, the arcs, the creation
+    // record, properties, submodels, settings, saved cases and stored joint
+    // tables. The temporal data is copied unless `dropTemporal`, which also
+    // sets every temporal type to 0. Documentation, random generator and
+    // listener are not copied. 0; -567 when `source` is not ready; -42 when
+    // the table cannot be made.
+    int Copy(const QEL_network& source, bool dropTemporal);
     // Readiness pass: with `deep`, checks the records, the submodels and
     // each node deeply. A node that is not ready is deleted. Returns 0, or
     // -567 when a deletion failed.

@@ -36,7 +36,11 @@ public:
     // A handler with a fresh root, for `net`.
     explicit QEL_submodelHandler(QEL_network* net);
     QEL_submodelHandler(const QEL_submodelHandler&) = delete;
-    QEL_submodelHandler& operator=(const QEL_submodelHandler&) = delete;
+    // Copies the submodels of `other`; the network stays. Returns 0, or
+    // -567 when `other` is not ready.
+    int operator=(const QEL_submodelHandler& other);
+    // Points the handler at `net`.
+    void SetNetwork(QEL_network* net) { network = net; }
 
     // Gives `net` a fresh root: empty header and default screen record.
     // Returns 0.

@@ -28,6 +28,14 @@ int QEL_submodelHandler::CleanUp(int /*deep*/) {
     return 0;
 }
 
+int QEL_submodelHandler::operator=(const QEL_submodelHandler& other) {
+    if (!other.IsReady()) return QEL_OBJECT_NOT_READY;
+    root.header = other.root.header;
+    root.info = other.root.info;
+    root.parent = other.root.parent;
+    return 0;
+}
+
 QEL_submodel* QEL_submodelHandler::GetSubmodel(int handle) {
     return IsValidSubmodel(handle) ? &root : nullptr;
 }

@@ -5,6 +5,8 @@
 
 QEL_dbnImpl::QEL_dbnImpl(const QEL_network& net) : network(&net) {}
 
+QEL_dbnImpl::QEL_dbnImpl(const QEL_network& net, const QEL_dbnImpl& /*other*/) : network(&net) {}
+
 int QEL_dbnImpl::OnAddStaticArc(int /*parent*/, int /*child*/) {
     return 0;
 }
