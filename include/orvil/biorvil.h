@@ -73,7 +73,41 @@ const char* test(const char* arg);
 
 /* ---- Files, inference and settings ---- */
 
+/* Computes beliefs for the network's current evidence with the engine the
+ * model calls for (by default, for a plain network, algorithm 0, the join
+ * tree), writing them into the node values and marking them valid. The
+ * status is dropped: a failed update leaves the values invalid, and the
+ * error log says why (for instance, an algorithm number whose engine this
+ * build lacks). */
+void UpdateBeliefs(void* net);
+/* Removes all evidence: observed outcomes, outcomes deduced from them,
+ * likelihood vectors. Every belief becomes invalid. Returns 0. */
+int ClearAllEvidence(void* net);
+/* The probability of the network's observed outcomes, given its likelihood
+ * vectors; 1.0 without observations. 0.0 when it cannot be computed (the
+ * evidence is impossible, or no engine runs). The observations stand as
+ * before afterwards. */
+double CalcProbEvidence(void* net);
+/* Samples drawn by every stochastic engine (10000 at first). The setter
+ * stores any number unchecked and returns 0. */
+int GetNumberOfSamples(void* net);
+int SetNumberOfSamples(void* net, int aNumber);
+/* Samples per discretised equation (10000 at first); stored unchecked. */
+int GetNumberOfDiscretizationSamples(void* net);
+void SetNumberOfDiscretizationSamples(void* net, int aNumber);
+/* The algorithm for plain Bayesian networks: 0 join tree, 1 logic sampling,
+ * 2 polytree, 3 and 5 likelihood weighting, 4 self-importance, 6 backward
+ * sampling, 7 AIS, 8 EPIS, 9 loopy belief propagation, 10 older clustering,
+ * 11 and 12 join tree with target decomposition. A number outside 0..12 is
+ * ignored and the old one kept. */
+int GetDefaultBNAlgorithm(void* net);
+void SetDefaultBNAlgorithm(void* net, int theAlgorithm);
+
 /* ---- Nodes ---- */
+
+/* The node's value (a nodeValue handle), owned by the node; it dies with
+ * the node or at the node's next node_ChangeType. */
+void* node_Value(void* node);
 
 /* The node's descriptive record (a nodeInfo handle), owned by the node. */
 void* node_Info(void* node);
@@ -92,6 +126,57 @@ void* node_Definition(void* node);
 int node_ChangeType(void* node, int newType);
 
 /* ---- Node values ---- */
+
+/* A `nodeValue` handle holds what inference computed for a node and the
+ * evidence the caller entered. Type numbers: 3 beliefs of a chance node,
+ * 4 expected utility, 6 decision, 7 multi-attribute utility, 8 equation. */
+
+/* The value's type number. */
+int nodeValue_GetType(void* nodeValue);
+/* The value's matrix (a dMatrix handle owned by the value): for a chance
+ * node P(outcome | evidence), one double per outcome; null for a kind
+ * without one. Read it only while nodeValue_IsValueValid says 2. */
+void* nodeValue_GetMatrix(void* nodeValue);
+/* 2 when the matrix holds the result for the current model and evidence,
+ * 0 when it is stale. */
+int nodeValue_IsValueValid(void* nodeValue);
+/* 1 when the caller set the outcome, 0 otherwise. */
+int nodeValue_IsRealEvidence(void* nodeValue);
+/* The outcome the node is known to have, set by the caller or deduced from
+ * other evidence through deterministic tables; -2 when there is none, -51
+ * for a kind without outcomes. */
+int nodeValue_GetEvidence(void* nodeValue);
+/* Observes outcome `theEvidence`, replacing earlier evidence of the node
+ * (a likelihood vector included). 0; -2 for an outcome out of range, or one
+ * that the node's table rules out given its parents' evidence (logged as
+ * "Outcome [..] of node [..] is impossible"); -26 when it contradicts an
+ * outcome deduced from other evidence, or forces one that contradicts
+ * other evidence (logged); -51 for a kind without outcomes. On failure the
+ * node is left without evidence. */
+int nodeValue_SetEvidence(void* nodeValue, int theEvidence);
+/* Removes the node's observed outcome, or else its likelihood vector. 0;
+ * -2 when it has neither (deduced outcomes are not removed this way); -51
+ * for a kind without outcomes. */
+int nodeValue_ClearEvidence(void* nodeValue);
+/* A new array, owned by the caller (release it with
+ * nodeValue_ReleaseVirtualEvidence): element 0 holds the count n as a
+ * double, elements 1 to n the stored likelihood vector, normalised. Without
+ * a likelihood vector: one element, 0.0. */
+double* nodeValue_GetVirtualEvidence(void* nodeValue);
+/* Releases an array made by nodeValue_GetVirtualEvidence. Null does
+ * nothing. */
+void nodeValue_ReleaseVirtualEvidence(double* theEvidence);
+/* Stores the `size` doubles of `theEvidence` (copied) as a likelihood
+ * vector, one entry per outcome, replacing an observed outcome. It is
+ * scaled to sum 1 unless it is within 5e-06 of that; an all-zero vector is
+ * not caught. Its ratios weight the outcomes at the next update. 0; -2
+ * when `size` is not the number of outcomes; -51 for a kind without
+ * outcomes. */
+int nodeValue_SetVirtualEvidence(void* nodeValue, int size, double* theEvidence);
+/* A new int array, owned by the caller (release it with delete_intArray):
+ * the handles of the nodes whose outcomes index the value's matrix before
+ * its own outcomes, in matrix order. Empty for a plain chance node. */
+void* nodeValue_GetIndexingParents(void* nodeValue);
 
 /* ---- Node definitions ---- */
 

@@ -18,6 +18,9 @@
 #ifndef ORVIL_NETWORK_H
 #define ORVIL_NETWORK_H
 
+#include <utility>
+#include <vector>
+
 #include "orvil/creation.h"
 #include "orvil/documentation.h"
 #include "orvil/intarray.h"
@@ -34,6 +37,7 @@ class QEL_randGen;
 class QEL_extFunctionContainer;
 class QEL_errorStringHandler;
 class QEL_jptStore;
+class QEL_Dmatrix;
 class QEL_updateBeliefsListener;
 
 // Kinds of arc. Cost arcs are kept in lists of their own and have no effect
@@ -323,12 +327,193 @@ public:
     // These members belong to the update driver (src/inference), which
     // decides when beliefs are stale and which engine recomputes them. The
     // graph code above calls the hooks after each change of structure.
+
+    // Bits of the network flag word (GetNetworkFlags).
+    // The Relevance... hooks run; cleared around internal edits.
+    static const int QEL_RELEVANCE_ACTIVE = 1;
+    // Evidence is chased through deterministic tables (FunctionDetermine).
+    static const int QEL_FUNCTIONAL_DETERMINATION = 2;
+    // Every hook ends with an UpdateBeliefs. Off unless a caller sets it.
+    static const int QEL_UPDATE_IMMEDIATELY = 8;
+
+    // Bits of relevanceEvents: the model events that run the hooks.
+    static const int QEL_EVENT_ARC_ADDED = 1;
+    static const int QEL_EVENT_ARC_REMOVED = 2;
+    static const int QEL_EVENT_EVIDENCE_SET = 4;
+    static const int QEL_EVENT_EVIDENCE_CLEARED = 8;
+    static const int QEL_EVENT_OUTCOMES_CHANGED = 64;
+    static const int QEL_EVENT_PROBABILITIES_CHANGED = 128;
+    static const int QEL_EVENT_OUTCOME_COUNT_CHANGED = 256;
+
+    // -- Updates --
+    // DoUpdateBeliefs, then the listener (if any) hears of the status, which
+    // is returned unchanged.
+    int UpdateBeliefs();
+    // Picks the engine by the model's content: the temporal engine when a
+    // node is in the plate, the decision solver for decisions or utilities,
+    // the equation solver for equation nodes, else CallBNAlgorithm. -2 with
+    // "Unable to handle hybrid networks in influence diagrams." for a model
+    // with both decisions or utilities and equations; -2 with a message when
+    // the chosen engine is not part of this build; else the engine's status.
+    int DoUpdateBeliefs();
+    // Runs the engine numbered defaultBNAlgorithm. Each node with a
+    // likelihood vector gets a temporary observed child "@" for the run,
+    // removed afterwards on every exit. -2 (logged) when the engine is not
+    // part of this build; else the engine's status.
+    int CallBNAlgorithm();
+    // Resets the values (InitializeNodeValues) and runs the decision solver
+    // numbered defaultIDAlgorithm. -2 (logged) when it is not available.
+    int CallIDAlgorithm();
+    // Drops propagated evidence, invalidates all beliefs and runs the
+    // equation solver: the discretising one when a node with parents has
+    // real or virtual evidence. -2 (logged) when it is not available.
+    int CallEqAlgorithm();
+    // Gives every value one plain dimension of its node's outcome count,
+    // without indexing parents, and clears every valid bit; evidence stays.
+    void InitializeNodeValues();
+
+    // -- Staleness --
+    // Empties the joint-probability store and clears the valid bit of every
+    // value without evidence. Returns 0.
+    int InvalidateAllBeliefs();
+    // ClearPropagatedEvidence on every value, statuses ignored. Returns 0.
+    int ClearAllPropagatedEvidence();
+    // Clears the valid bit of every decision node. Returns 0.
+    int InvalidateDecisions();
+    // Removes all evidence (real, propagated, virtual, and per time slice)
+    // without running the hooks per node, then marks every belief stale.
+    // Returns 0, or the update's status when updates are immediate.
+    int ClearAllEvidence();
+    // The full re-evaluation after a change at `handle` that can make
+    // propagated evidence wrong: propagated evidence is rebuilt from the
+    // real evidence, then everything the change can reach is marked stale.
+    // 0, -2 for a bad handle; 0 at once while the hooks are off.
+    int NodeChanged(int handle);
+    // Spreads the certainty of the evidence at `handle` through
+    // deterministic tables: children forced to one outcome, and parents left
+    // with one possible outcome, gain propagated evidence, recursively. -2
+    // when the node has no evidence; -26 (logged as "ERROR: conficting
+    // evidence between nodes [..] and [..]") when a forced outcome
+    // contradicts evidence.
+    int FunctionDetermine(int handle);
+    // One step of the reachability walk that respects d-separation:
+    // `direction` 128 arrives from a child, 256 from a parent. Clears the
+    // valid bit of every node reached, and sets `decisionTouched` when a
+    // utility node is reached. Bad handles are ignored.
+    void InvalidateControl(int handle, int direction, int& decisionTouched);
+
+    // -- Hooks, called by values, definitions and the graph --
+    // Each does nothing and returns 0 while QEL_RELEVANCE_ACTIVE is clear or
+    // its event class is off in relevanceEvents, and ends with an update
+    // when QEL_UPDATE_IMMEDIATELY is set.
     //
-    // Arc hooks: mark what the new or removed arc can reach as stale.
+    // New evidence at `handle`: -2 for a bad handle, -2 (logged as "Outcome
+    // [..] of node [..] is impossible") when the node's own table rules the
+    // outcome out given its parents' evidence, -26 from FunctionDetermine;
+    // the value then takes the evidence back.
+    int RelevanceEvidenceSet(int handle);
+    int RelevanceEvidenceCleared(int handle);
+    // Nothing to do: propagated evidence is managed by the driver itself.
+    int RelevanceEvidencePropagated(int handle);
+    int RelevancePropagatedEvidenceCleared(int handle);
+    int RelevanceVirtualEvidenceSet(int handle);
+    int RelevanceVirtualEvidenceCleared(int handle);
+    int RelevanceControlValue(int handle);
+    int RelevanceClearControlledValue(int handle);
+    // Continuous evidence changed: every other belief without evidence is
+    // stale.
+    int RelevanceContEvidenceChanged(int handle);
+    // Mark what the new or removed arc can reach as stale.
     int RelevanceArcAdded(int from, int to);
     int RelevanceArcRemoved(int from, int to);
-    // true creates the joint-probability store (empty), false frees it.
+    // A definition changed by `kind` (64 outcomes, 128 probabilities, 256
+    // outcome count, 123445 a direct write through a raw pointer).
+    int RelevanceDefinitionChanged(int handle, int kind);
+
+    // -- Probability of evidence --
+    // P(real evidence), given the virtual evidence, into `result`: by the
+    // join tree when it is available and `forceChainRule` is false, else by
+    // the chain rule, which enters the real evidence again node by node (it
+    // stands as before afterwards; propagated evidence is rebuilt from it).
+    // Targets are restored. 0, or -1 when neither route succeeded.
+    int CalcProbEvidence(double& result, bool forceChainRule = false);
+    // The join-tree route; false when it is not available or failed.
+    bool CalcProbEvidence_JoinTree(double& result);
+    // The product of P(e_i | e_1 .. e_i-1) over the real evidence in partial
+    // order, each factor from its own update; false when an update fails.
+    bool CalcProbEvidence_ChainRule(double& result);
+
+    // -- Joint-probability store --
+    // true creates the store (empty) if there is none, false frees it.
     void EnableJptStore(bool on);
+    // Empties the store, keeping it enabled.
+    void RemoveJpts();
+    // Appends a table with one dimension per node of `nodes` (its outcome
+    // count) and returns it, owned by the store; null when the store is off
+    // or a handle is bad.
+    QEL_Dmatrix* InitJpt(const std::vector<int>& nodes);
+    // Replaces `result` with the stored tables whose node list holds
+    // `handle`. -2 for a bad handle, -3 when the store is off, else 0.
+    int GetJpts(int handle, std::vector<std::pair<std::vector<int>, const QEL_Dmatrix*>>& result) const;
+
+    // -- Listener and settings --
+    // Not owned; null removes it.
+    void SetUpdateBeliefsListener(QEL_updateBeliefsListener* newListener);
+    QEL_updateBeliefsListener* GetUpdateBeliefsListener() const { return listener; }
+    int GetDefaultBNAlgorithm() const { return defaultBNAlgorithm; }
+    // Numbers outside 0..12 are ignored.
+    void SetDefaultBNAlgorithm(int algorithm);
+    int GetDefaultIDAlgorithm() const { return defaultIDAlgorithm; }
+    // Numbers outside 0..1 are ignored.
+    void SetDefaultIDAlgorithm(int algorithm);
+    int GetNumberOfSamples() const { return numberOfSamples; }
+    // Stored unchecked. Returns 0.
+    int SetNumberOfSamples(int count);
+    int GetNumberOfDiscretizationSamples() const { return numberOfDiscretizationSamples; }
+    // Stored unchecked.
+    void SetNumberOfDiscretizationSamples(int count);
+    void EnableZeroAvoidance(bool on) { zeroAvoidance = on; }
+    bool IsZeroAvoidanceEnabled() const { return zeroAvoidance; }
+    // The network flag word (QEL_RELEVANCE_ACTIVE ...), stored unchecked.
+    int GetNetworkFlags() const { return flags; }
+    void SetNetworkFlags(int bits) { flags = bits; }
+    // The relevanceEvents mask; 0 switches every hook off.
+    int GetRelevanceEvents() const { return relevanceEvents; }
+    void SetRelevanceEvents(int mask) { relevanceEvents = mask; }
+    // True when the node is repeated per time slice (temporal type 3).
+    bool IsPlateNode(int handle) const;
+
+private:
+    // True when the hooks run for events of `eventBit`.
+    bool RelevanceOn(int eventBit) const;
+    // UpdateBeliefs when updates are immediate; else 0.
+    int UpdateIfImmediate();
+    // The engine of defaultBNAlgorithm, logged -2 when there is none.
+    int RunBNEngine();
+    // Hands the whole update to the temporal engine.
+    int RunTemporalEngine();
+    // Adds the temporary observed children for the likelihood vectors of
+    // `sources`, appending their handles to `created`.
+    int AddVirtualEvidenceNodes(const QEL_intArray& sources, QEL_intArray& created);
+    // Deletes the nodes of `created`, last first, with the hooks off.
+    void RemoveTemporaryNodes(const QEL_intArray& created);
+    // Clears the walk's marks and marks the ancestors of real evidence.
+    void MarkEvidenceAncestors();
+    void WalkChildren(int handle, int& decisionTouched);
+    void WalkParents(int handle, int& decisionTouched);
+    // Coordinates of the node's table: each parent's evidence or -1, and
+    // `outcome` last.
+    void EvidenceCoordinates(int handle, int outcome, QEL_intArray& coordinates) const;
+    // -2 (logged) when the node's table gives `outcome` probability 0 for
+    // every combination its parents' evidence leaves open.
+    int CheckOutcomePossible(int handle, int outcome);
+    // Propagated evidence for each child forced to one outcome by the
+    // parents' evidence, and for each parent left one possible outcome by
+    // `outcome` at `handle`.
+    int DetermineChildren(int handle);
+    int DetermineParents(int handle, int outcome);
+    // `other` must have `outcome`, as `source`'s evidence implies.
+    int ConcludeOutcome(int source, int other, int outcome);
     // ---- end of the update driver's members ----
 
 private:

@@ -121,6 +121,10 @@ public:
     // Engines call these after writing the matrix, or to mark it stale.
     void SetValueValid();
     void SetValueInvalid();
+    // Before an algorithm runs: drops the indexing parents, gives the matrix
+    // (if the class has one) exactly one dimension of `outcomes` cells unless
+    // it has that shape already, and clears the valid bit. Evidence stays.
+    void ResetForUpdate(int outcomes);
     // Raw flag edits with no notification, for the update driver and
     // engines that save and restore evidence around their work.
     void SetFlagBits(int mask) { flags |= mask; }

@@ -119,3 +119,76 @@ BruteResult BruteForce(const BruteModel& model) {
 }
 
 }  // namespace orvil_test
+
+// ---- Reading a network ----
+
+#include "orvil/dmatrix.h"
+#include "orvil/network.h"
+#include "orvil/node.h"
+#include "orvil/nodedefinition.h"
+#include "orvil/nodevalue.h"
+
+namespace orvil_test {
+
+namespace {
+
+// Fills `model` from the network; false when some node is not a discrete
+// chance node with a table of the expected shape.
+bool ReadNetwork(QEL_network& net, BruteModel& model) {
+    model.vars.clear();
+    std::vector<int> indexOf(static_cast<std::size_t>(net.GetMaxNodes()), -1);
+    for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
+        indexOf[static_cast<std::size_t>(h)] = static_cast<int>(model.vars.size());
+        model.vars.emplace_back();
+        model.vars.back().handle = h;
+    }
+    for (BruteVariable& v : model.vars) {
+        QEL_node* node = net.GetNode(v.handle);
+        QEL_nodeDefinition* def = node->Definition();
+        if (def == nullptr) return false;
+        const int type = def->GetType();
+        if ((type & qel_discreteFlag) == 0 || (type & (qel_decisionFlag | qel_utilityFlag)) != 0) {
+            return false;
+        }
+        QEL_Dmatrix* table = def->GetMatrix();
+        if (table == nullptr) return false;
+        v.states = def->GetNumberOfOutcomes();
+        const QEL_intArray& parents = net.GetParents(v.handle);
+        for (int i = 0; i < parents.NumItems(); i++) {
+            v.parents.push_back(indexOf[static_cast<std::size_t>(parents[i])]);
+        }
+        v.table.assign(table->GetItems().Items(), table->GetItems().Items() + table->GetSize());
+        QEL_nodeValue* value = node->Value();
+        if (value == nullptr) continue;
+        const int evidence = value->GetEvidence();
+        v.evidence = evidence >= 0 ? evidence : -1;
+        if (value->IsVirtualEvidence()) value->GetVirtualEvidence(v.likelihood);
+    }
+    return true;
+}
+
+}  // namespace
+
+BruteModel BruteModelFromNetwork(QEL_network& net) {
+    BruteModel model;
+    if (!ReadNetwork(net, model)) model.vars.clear();
+    return model;
+}
+
+BruteNetworkResult BruteForceNetwork(QEL_network& net) {
+    BruteNetworkResult out;
+    BruteModel model;
+    if (!ReadNetwork(net, model)) return out;
+    const BruteResult result = BruteForce(model);
+    if (!result.ok) return out;
+    out.ok = true;
+    out.probEvidence = result.probEvidence;
+    out.probVirtual = result.probVirtual;
+    out.byHandle.resize(static_cast<std::size_t>(net.GetMaxNodes()));
+    for (std::size_t i = 0; i < model.vars.size(); i++) {
+        out.byHandle[static_cast<std::size_t>(model.vars[i].handle)] = result.posteriors[i];
+    }
+    return out;
+}
+
+}  // namespace orvil_test
