@@ -18,6 +18,7 @@
 class QEL_rNetwork;
 class QEL_rNode;
 class QEL_Dmatrix;
+class QEL_network;
 
 class TsAdapter {
 public:
@@ -64,7 +65,8 @@ public:
     void ReportZeroPotential(int i);
 
 protected:
-    QEL_rNode* Record(int i) const { return records[i]; }
+    // The network behind the piece, or null when no record has a node.
+    QEL_network* Network() const;
 
 private:
     QEL_rNetwork& piece;

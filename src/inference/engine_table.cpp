@@ -6,6 +6,8 @@
 // in by filling their row.
 #include "inference/engine_table.h"
 
+#include "orvil/tsclustering.h"
+
 namespace {
 
 struct EngineRow {
@@ -14,7 +16,7 @@ struct EngineRow {
 };
 
 const EngineRow kEngines[] = {
-    {0, nullptr},   // join-tree clustering
+    {0, TsClustering},  // join-tree clustering
     {1, nullptr},   // logic sampling
     {2, nullptr},   // polytree propagation
     {3, nullptr},   // likelihood weighting
@@ -42,7 +44,7 @@ const QEL_solverEntry kDiscretizedSolver = nullptr;
 const QEL_solverEntry kTemporalEngine = nullptr;
 
 // The join-tree probability of evidence.
-const QEL_probEvidenceEntry kProbEvidence = nullptr;
+const QEL_probEvidenceEntry kProbEvidence = TsClusteringProbE;
 
 template <int N>
 QEL_bnEngineEntry FindRow(const EngineRow (&rows)[N], int algorithm) {

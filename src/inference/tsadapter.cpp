@@ -84,10 +84,37 @@ void TsAdapter::SetValueValid(int i) {
     if (node != nullptr && node->Value() != nullptr) node->Value()->SetValueValid();
 }
 
-bool TsAdapter::WillStorePotentials() const { return false; }
-
-QEL_Dmatrix* TsAdapter::GetPotentialMatrix(const fastarray<int, 24, int>&, const fastarray<int, 24, int>&) {
+QEL_network* TsAdapter::Network() const {
+    for (const QEL_rNode* record : records) {
+        if (record->node != nullptr) return record->node->GetNetwork();
+    }
     return nullptr;
+}
+
+bool TsAdapter::WillStorePotentials() const {
+    QEL_network* net = Network();
+    if (net == nullptr) return false;
+    // The store answers -3 only when it is off. Right after the update
+    // started it holds nothing of this piece, so the probe copies nothing.
+    std::vector<std::pair<std::vector<int>, const QEL_Dmatrix*>> probe;
+    return net->GetJpts(net->GetFirstNode(), probe) != -3;
+}
+
+QEL_Dmatrix* TsAdapter::GetPotentialMatrix(const fastarray<int, 24, int>& nodes,
+                                           const fastarray<int, 24, int>& dims) {
+    QEL_network* net = Network();
+    if (net == nullptr || nodes.Count() != dims.Count()) return nullptr;
+    std::vector<int> handles;
+    for (int node : nodes) {
+        const int handle = GetNodeHandle(node);
+        if (handle < 0) return nullptr;
+        handles.push_back(handle);
+    }
+    QEL_Dmatrix* matrix = net->InitJpt(handles);
+    if (matrix == nullptr) return nullptr;
+    int cells = 1;
+    for (int d : dims) cells *= d;
+    return matrix->GetSize() == cells ? matrix : nullptr;
 }
 
 void TsAdapter::ReportZeroPotential(int i) {
