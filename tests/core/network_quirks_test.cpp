@@ -1,0 +1,335 @@
+// QEL_network behaviour that callers depend on beyond plain graph
+// bookkeeping: the order in which handles are reused, generated ids,
+// "@" ids, targets, the reach of RemoveAllArcs, arcs during a file read,
+// cost arcs, copies and the answers of an empty network.
+#include <gtest/gtest.h>
+
+#include <string.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "orvil/errors.h"
+#include "orvil/header.h"
+#include "orvil/intarray.h"
+#include "orvil/network.h"
+#include "orvil/node.h"
+#include "orvil/nodeinfo.h"
+#include "orvil/userproperties.h"
+
+namespace {
+
+const int cptType = 18;
+
+std::vector<int> ToVector(const QEL_intArray& list) {
+    return std::vector<int>(list.Items(), list.Items() + list.NumItems());
+}
+
+std::vector<int> AddNodes(QEL_network& net, int count) {
+    std::vector<int> handles;
+    for (int i = 0; i < count; i++) {
+        handles.push_back(net.AddNode(cptType, ("n" + std::to_string(i)).c_str()));
+    }
+    return handles;
+}
+
+TEST(NetworkQuirks, HandlesComeFromTheNodeCountBeforeLowerHoles) {
+    QEL_network net;
+    AddNodes(net, 5);
+    ASSERT_EQ(0, net.DeleteNode(1));
+    ASSERT_EQ(0, net.DeleteNode(3));
+    // Three nodes: slot 3 is free, so it is taken before slot 1.
+    EXPECT_EQ(3, net.AddNode(cptType, "a"));
+    // Four nodes, slot 4 taken: the lowest hole.
+    EXPECT_EQ(1, net.AddNode(cptType, "b"));
+    EXPECT_EQ(5, net.AddNode(cptType, "c"));
+    EXPECT_EQ(6, net.GetNumberOfNodes());
+
+    QEL_network full;
+    std::vector<int> handles = AddNodes(full, 50);
+    EXPECT_EQ(50, full.GetMaxNodes());
+    EXPECT_EQ(50, full.AddNode(cptType, "extra"));
+    EXPECT_EQ(100, full.GetMaxNodes());
+    for (int h : handles) EXPECT_EQ(h, full.FindNode(("n" + std::to_string(h)).c_str()));
+
+    QEL_network small(0, 0);
+    EXPECT_EQ(50, small.GetMaxNodes());
+    EXPECT_EQ(50, small.GetGrowthStep());
+    QEL_network tiny(2, 3);
+    AddNodes(tiny, 3);
+    EXPECT_EQ(5, tiny.GetMaxNodes());
+}
+
+TEST(NetworkQuirks, GeneratedAndReplacedIds) {
+    QEL_network net;
+    int first = net.AddNode(cptType, nullptr);
+    EXPECT_STREQ("Node0", net.GetNode(first)->GetId());
+    net.AddNode(cptType, nullptr);
+    int third = net.AddNode(cptType, nullptr);
+    EXPECT_STREQ("Node2", net.GetNode(third)->GetId());
+    ASSERT_EQ(0, net.DeleteNode(first));
+    // Two nodes left: the count gives "Node2", which is taken.
+    int again = net.AddNode(cptType, nullptr);
+    EXPECT_STREQ("Node3", net.GetNode(again)->GetId());
+
+    int errors = QEL_errorH().GetNumberOfErrors();
+    int odd = net.AddNode(cptType, "1abc");
+    ASSERT_GE(odd, 0);
+    EXPECT_STREQ("Node4", net.GetNode(odd)->GetId());
+    EXPECT_STREQ("1abc", net.GetNode(odd)->Info()->Header().GetName());
+    EXPECT_EQ(errors + 1, QEL_errorH().GetNumberOfErrors());
+    EXPECT_EQ(QEL_ILLEGAL_IDENTIFIER, QEL_errorH().GetLastError());
+
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.AddNode(cptType, "Node3"));
+    EXPECT_EQ(QEL_WRONG_NODE_TYPE, net.AddNode(9, "fresh"));
+    EXPECT_EQ(4, net.GetNumberOfNodes());
+    char id[16];
+    ASSERT_EQ(0, net.CreateUniqueNodeIdentifier(id));
+    EXPECT_STREQ("Node5", id);
+}
+
+TEST(NetworkQuirks, AtIdsAreNeverInUse) {
+    QEL_network net;
+    int a = net.AddNode(cptType, "@tmp");
+    int b = net.AddNode(cptType, "@tmp");
+    ASSERT_GE(a, 0);
+    ASSERT_GE(b, 0);
+    EXPECT_NE(a, b);
+    EXPECT_FALSE(net.IsThisIdentifierInUse("@tmp", -1));
+    EXPECT_FALSE(net.IsThisIdentifierInUse(nullptr, -1));
+    EXPECT_EQ(a, net.FindNode("@tmp"));
+    int plain = net.AddNode(cptType, "plain");
+    EXPECT_TRUE(net.IsThisIdentifierInUse("plain", -1));
+    EXPECT_FALSE(net.IsThisIdentifierInUse("plain", plain));
+}
+
+TEST(NetworkQuirks, EmptyNetworkAnswers) {
+    QEL_network net;
+    EXPECT_EQ(-2, net.GetFirstNode());
+    EXPECT_EQ(-2, net.GetLastNode());
+    EXPECT_EQ(-2, net.GetNextNode(-1));
+    EXPECT_EQ(0, net.GetDepthOfNet());
+    EXPECT_EQ(0, net.InDegree());
+    EXPECT_EQ(1, net.IsAcyclic());
+    EXPECT_EQ(1, net.IsPolyTree());
+    EXPECT_EQ(0, net.PartialOrdering().NumItems());
+    EXPECT_EQ(0, net.IsThereAnyEvidence());
+    EXPECT_FALSE(net.IsInfluenceDiagram());
+    QEL_intArray none;
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.GetAncestors(0, none));
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.GetNumOfDescendants(0));
+    EXPECT_STREQ("Unnamed", net.GetHeader().GetId());
+    EXPECT_STREQ("Unnamed", net.GetHeader().GetName());
+}
+
+TEST(NetworkQuirks, TargetsKeepTheirCount) {
+    QEL_network net;
+    std::vector<int> h = AddNodes(net, 3);
+    EXPECT_EQ(0, net.SetTarget(h[0], true));
+    EXPECT_EQ(QEL_NOT_APPLICABLE, net.SetTarget(h[0], true));
+    EXPECT_EQ(QEL_NOT_APPLICABLE, net.SetTarget(h[1], false));
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.SetTarget(7, true));
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.IsTarget(-1));
+    EXPECT_EQ(0, net.SetTarget(h[1], true));
+    EXPECT_EQ(2, net.GetNumberOfTargets());
+    ASSERT_EQ(0, net.DeleteNode(h[0]));
+    EXPECT_EQ(1, net.GetNumberOfTargets());
+    // A node taking the freed slot is no target.
+    int again = net.AddNode(cptType, "again");
+    EXPECT_EQ(0, net.IsTarget(again));
+    EXPECT_EQ(0, net.ClearAllTargets());
+    EXPECT_EQ(0, net.GetNumberOfTargets());
+    EXPECT_EQ(0, net.IsTarget(h[1]));
+}
+
+TEST(NetworkQuirks, RemoveAllArcsReachesOnlyBelowTheNodeCount) {
+    QEL_network net;
+    std::vector<int> h = AddNodes(net, 6);
+    ASSERT_EQ(0, net.AddArc(0, 1));
+    ASSERT_EQ(0, net.AddArc(3, 4));
+    ASSERT_EQ(0, net.AddArc(4, 5));
+    ASSERT_EQ(0, net.AddArc(0, 5));
+    ASSERT_EQ(0, net.AddArc(0, 3, qel_costObserve));
+    ASSERT_EQ(0, net.DeleteNode(2));
+    // Five live nodes: pairs of handles below 5 lose their arcs, any arc
+    // touching handle 5 stays, and so do cost arcs.
+    EXPECT_EQ(0, net.RemoveAllArcs());
+    EXPECT_EQ(std::vector<int>({5}), ToVector(net.GetChildren(0)));
+    EXPECT_EQ(std::vector<int>({}), ToVector(net.GetChildren(3)));
+    EXPECT_EQ(std::vector<int>({4, 0}), ToVector(net.GetParents(5)));
+    EXPECT_EQ(std::vector<int>({3}), ToVector(net.GetChildren(0, qel_costObserve)));
+}
+
+TEST(NetworkQuirks, ArcsDuringAReadWithoutCycleTest) {
+    QEL_network net;
+    std::vector<int> h = AddNodes(net, 3);
+    net.SetReadFlags(QEL_READ_ACTIVE | QEL_READ_NO_CYCLE_TEST);
+    ASSERT_EQ(0, net.AddArc(0, 1));
+    ASSERT_EQ(0, net.AddArc(1, 2));
+    ASSERT_EQ(0, net.AddArc(2, 0));
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.AddArc(1, 0));
+    EXPECT_EQ(0, net.IsAcyclic());
+    EXPECT_FALSE(net.RemainsAcyclic(0, 2));
+    EXPECT_EQ(0, net.IsPolyTree());
+    // The orders still end and name each node once.
+    std::vector<int> order = ToVector(net.PartialOrdering());
+    std::sort(order.begin(), order.end());
+    EXPECT_EQ(h, order);
+    net.GetDepthOfNet();
+    net.SetReadFlags(0);
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.AddArc(0, 2));
+    ASSERT_EQ(0, net.RemoveArc(2, 0));
+    EXPECT_EQ(1, net.IsAcyclic());
+    EXPECT_EQ(QEL_CYCLE_ERROR, net.AddArc(2, 0));
+}
+
+TEST(NetworkQuirks, DuplicateIdsAllowedOnlyDuringAReadThatSaysSo) {
+    QEL_network net;
+    int a = net.AddNode(cptType, "dup");
+    net.SetReadFlags(QEL_READ_ACTIVE | QEL_READ_NO_ID_TEST);
+    int b = net.AddNode(cptType, "dup");
+    EXPECT_GE(b, 0);
+    EXPECT_NE(a, b);
+    net.SetReadFlags(0);
+    EXPECT_EQ(a, net.FindNode("dup"));
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.AddNode(cptType, "dup"));
+}
+
+TEST(NetworkQuirks, CostArcsHaveTheirOwnLists) {
+    QEL_network net;
+    std::vector<int> h = AddNodes(net, 4);
+    ASSERT_EQ(0, net.AddArc(h[0], h[1], qel_costObserve));
+    ASSERT_EQ(0, net.AddArc(h[1], h[2], qel_costObserve));
+    // No cycle test for cost arcs.
+    EXPECT_EQ(0, net.AddArc(h[2], h[0], qel_costObserve));
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.AddArc(h[3], h[3], qel_costObserve));
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.AddArc(h[3], 40, qel_costObserve));
+    EXPECT_EQ(0, net.NumParents(h[1]));
+    EXPECT_EQ(1, net.NumParents(h[1], qel_costObserve));
+    EXPECT_EQ(-2, net.NumParents(40, qel_costObserve));
+    EXPECT_EQ(1, net.IsThisGuyMyChild(h[0], h[1], qel_costObserve));
+    EXPECT_EQ(0, net.IsThisGuyMyChild(h[0], h[1], qel_normalArc));
+    EXPECT_EQ(0, net.IsThisGuyMyChild(h[0], h[1], static_cast<qel_arcType>(5)));
+    EXPECT_EQ(1, net.IsAcyclic());
+    // The cost cycle leads back to the node itself.
+    QEL_intArray below;
+    ASSERT_EQ(0, net.GetCostDescendants(h[0], below));
+    EXPECT_EQ(std::vector<int>({h[0], h[1], h[2]}), ToVector(below));
+    QEL_intArray none;
+    ASSERT_EQ(0, net.GetDescendants(h[0], none));
+    EXPECT_EQ(0, none.NumItems());
+
+    ASSERT_EQ(0, net.RemoveArc(h[2], h[0], qel_costObserve));
+    QEL_intArray order;
+    ASSERT_EQ(0, net.CostPartialOrdering(order));
+    EXPECT_EQ(std::vector<int>({h[0], h[1], h[2], h[3]}), ToVector(order));
+    QEL_intArray some;
+    some.Add(h[2]);
+    some.Add(h[0]);
+    ASSERT_EQ(0, net.OrderPartiallyByCost(some));
+    EXPECT_EQ(std::vector<int>({h[0], h[2]}), ToVector(some));
+
+    // A group cost only lasts while the group has members.
+    QEL_userProperties& properties = net.GetNode(h[1])->Info()->UserProperties();
+    ASSERT_EQ(0, properties.AddProperty("DIAG_TESTGROUPCOST", "tRuE"));
+    EXPECT_TRUE(net.IsGroupCost(h[1]));
+    ASSERT_EQ(0, net.RemoveArc(h[1], h[2], qel_costObserve));
+    EXPECT_FALSE(net.IsGroupCost(h[1]));
+    EXPECT_EQ(-2, properties.FindProperty("DIAG_TESTGROUPCOST"));
+
+    // Deleting a node takes its cost arcs on both sides.
+    ASSERT_EQ(0, net.DeleteNode(h[1]));
+    EXPECT_EQ(0, net.NumChildren(h[0], qel_costObserve));
+}
+
+TEST(NetworkQuirks, ArcQueriesAndParentOrder) {
+    QEL_network net;
+    std::vector<int> h = AddNodes(net, 5);
+    // h0 has parents h3, h2 in that order; h4 is above h3, h1 above h2.
+    ASSERT_EQ(0, net.AddArc(h[3], h[0]));
+    ASSERT_EQ(0, net.AddArc(h[2], h[0]));
+    ASSERT_EQ(0, net.AddArc(h[4], h[3]));
+    ASSERT_EQ(0, net.AddArc(h[1], h[2]));
+    // The first parent's ancestors come first.
+    EXPECT_EQ(std::vector<int>({h[4], h[3], h[1], h[2], h[0]}), ToVector(net.PartialOrdering()));
+    EXPECT_EQ(2, net.GetDepthOfNet());
+    EXPECT_EQ(1, net.IsPolyTree());
+    EXPECT_EQ(1, net.IsThisGuyMyParent(h[0], h[3]));
+    EXPECT_EQ(0, net.IsThisGuyMyParent(h[3], h[0]));
+    EXPECT_EQ(-2, net.IsThisGuyMyParent(30, h[1]));
+    EXPECT_TRUE(net.Related(h[3], h[0]));
+    EXPECT_TRUE(net.Related(h[0], h[3]));
+    EXPECT_FALSE(net.Related(h[1], h[3]));
+
+    QEL_intArray swap;
+    swap.Add(1);
+    swap.Add(0);
+    ASSERT_EQ(0, net.ChangeOrderOfParents(h[0], swap));
+    EXPECT_EQ(std::vector<int>({h[2], h[3]}), ToVector(net.GetParents(h[0])));
+    EXPECT_EQ(std::vector<int>({h[1], h[2], h[4], h[3], h[0]}), ToVector(net.PartialOrdering()));
+    QEL_intArray bad;
+    bad.Add(0);
+    bad.Add(0);
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.ChangeOrderOfParents(h[0], bad));
+    EXPECT_EQ(std::vector<int>({h[2], h[3]}), ToVector(net.GetParents(h[0])));
+
+    QEL_intArray discrete;
+    discrete.Add(99);
+    ASSERT_EQ(0, net.GetDiscreteParents(h[0], discrete));
+    EXPECT_EQ(std::vector<int>({h[2], h[3]}), ToVector(discrete));
+    QEL_intArray decisions;
+    ASSERT_EQ(0, net.FilterByDefinitionFlag(net.GetParents(h[0]), 1, decisions));
+    EXPECT_EQ(0, decisions.NumItems());
+
+    QEL_intArray list;
+    list.Add(h[4]);
+    list.Add(h[0]);
+    list.Add(h[2]);
+    list.Add(77);
+    ASSERT_EQ(0, net.OrderPartially(list));
+    EXPECT_EQ(std::vector<int>({h[2], h[4], h[0]}), ToVector(list));
+    // Without decisions the temporal order is the partial order.
+    QEL_intArray temporal;
+    ASSERT_EQ(0, net.TemporalOrder(temporal));
+    EXPECT_EQ(ToVector(net.PartialOrdering()), ToVector(temporal));
+
+    ASSERT_EQ(0, net.AddArc(h[4], h[0]));
+    EXPECT_EQ(0, net.IsPolyTree());
+    EXPECT_EQ(3, net.InDegree());
+}
+
+TEST(NetworkQuirks, CopyKeepsHandlesHolesAndStaysIndependent) {
+    QEL_network net;
+    std::vector<int> h = AddNodes(net, 4);
+    ASSERT_EQ(0, net.AddArc(h[0], h[3]));
+    ASSERT_EQ(0, net.AddArc(h[2], h[3]));
+    ASSERT_EQ(0, net.SetTarget(h[2], true));
+    ASSERT_EQ(0, net.DeleteNode(h[1]));
+    net.GetHeader().SetId("Model");
+
+    QEL_network copy(net);
+    EXPECT_EQ(3, copy.GetNumberOfNodes());
+    EXPECT_FALSE(copy.Ok(h[1]));
+    for (int i : {0, 2, 3}) {
+        ASSERT_TRUE(copy.Ok(h[i]));
+        EXPECT_NE(net.GetNode(h[i]), copy.GetNode(h[i]));
+        EXPECT_STREQ(net.GetNode(h[i])->GetId(), copy.GetNode(h[i])->GetId());
+        EXPECT_EQ(&copy, copy.GetNode(h[i])->GetNetwork());
+    }
+    EXPECT_EQ(std::vector<int>({h[0], h[2]}), ToVector(copy.GetParents(h[3])));
+    EXPECT_EQ(1, copy.IsTarget(h[2]));
+    EXPECT_EQ(1, copy.GetNumberOfTargets());
+    EXPECT_STREQ("Model", copy.GetHeader().GetId());
+
+    // Edits of the copy leave the source alone, and ids stay unique per
+    // network.
+    ASSERT_EQ(0, copy.RemoveArc(h[0], h[3]));
+    EXPECT_EQ(2, net.NumParents(h[3]));
+    EXPECT_EQ(0, copy.GetNode(h[0])->SetId("renamed"));
+    EXPECT_EQ(QEL_ILLEGAL_IDENTIFIER, copy.GetNode(h[2])->SetId("renamed"));
+    EXPECT_STREQ("n0", net.GetNode(h[0])->GetId());
+    EXPECT_EQ(h[1], copy.AddNode(cptType, "n1"));
+}
+
+}  // namespace
