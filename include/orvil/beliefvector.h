@@ -20,6 +20,9 @@ public:
     // ready; otherwise it stays empty and not ready.
     QEL_beliefVector(QEL_network* net, int handle);
     ~QEL_beliefVector() override;
+    // Clone(other), as for any value.
+    int operator=(QEL_beliefVector& other) { return Clone(other); }
+    using QEL_nodeValue::operator=;
 
     using QEL_nodeValue::GetEvidence;
     using QEL_nodeValue::SetEvidence;

@@ -13,6 +13,9 @@ public:
     // A matrix of one dimension of size 1; ready.
     QEL_expectedUtility(QEL_network* net, int handle);
     ~QEL_expectedUtility() override;
+    // Clone(other), as for any value.
+    int operator=(QEL_expectedUtility& other) { return Clone(other); }
+    using QEL_nodeValue::operator=;
 
     int CleanUp(int deep = 0) override;
     // Ready when the matrix has at least one dimension.

@@ -16,6 +16,9 @@ public:
     // with a definition; otherwise empty and not ready.
     QEL_listOfDecisions(QEL_network* net, int handle);
     ~QEL_listOfDecisions() override;
+    // Clone(other), as for any value.
+    int operator=(QEL_listOfDecisions& other) { return Clone(other); }
+    using QEL_nodeValue::operator=;
 
     using QEL_nodeValue::GetEvidence;
     using QEL_nodeValue::SetEvidence;
