@@ -14,6 +14,11 @@
  * every dimension, theData the items. The item at coordinates c lives at
  * sum(c[i] * thePreProduct[i]).
  *
+ * Coordinate and slice lists passed in count their entries by list length
+ * (NumItems) when they are used as lists, and by array size otherwise, so
+ * both an array from SetSize or IndexToCoordinates and a list built by Add
+ * can be passed.
+ *
  * Status results are 0 for success and -2 for any refusal. A shape-changing
  * operation that refuses its arguments leaves the matrix as it was. Nothing
  * here logs: callers decide what a refusal means to them.
@@ -79,8 +84,8 @@ public:
      * it changes nothing, so callers must still pass good coordinates. */
     double& Subscript(QEL_intArray& coords);
 
-    /* True when coords has at least one entry (by size) per dimension and
-     * every one of them lies inside its dimension. */
+    /* True when coords has at least one entry per dimension and every one
+     * of them lies inside its dimension. */
     bool Ok(const QEL_intArray& coords) const;
 
     /* Data index of coordinates, without any range check. */
@@ -145,7 +150,7 @@ public:
     /* 1 when every item of a slice equals value exactly, else 0. fixed
      * holds one entry per dimension: negative (conventionally -1) leaves the
      * dimension free, otherwise it is the slice's coordinate there. -2 when
-     * fixed.GetSize() is below the number of dimensions or a fixed
+     * fixed has fewer entries than there are dimensions or a fixed
      * coordinate lies outside its dimension. */
     int CheckElements(double value, const QEL_intArray& fixed) const;
     /* The same with dimA fixed at coordA and dimB at coordB, the others
@@ -193,7 +198,7 @@ public:
     int RemoveDimension(int dim, const QEL_Dmatrix& other, const QEL_intArray& map);
     /* out becomes this matrix with every dimension i for which fixed[i] >= 0
      * reduced to that slice (negative entries keep the dimension). -2 when
-     * fixed.GetSize() is below the number of dimensions or a fixed
+     * fixed has fewer entries than there are dimensions or a fixed
      * coordinate is out of range; out is then unchanged. Fixing every
      * dimension leaves out with no dimensions and no data. */
     int RemoveDimensions(const QEL_intArray& fixed, QEL_Dmatrix& out) const;

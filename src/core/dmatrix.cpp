@@ -111,7 +111,7 @@ double& QEL_Dmatrix::Subscript(QEL_intArray& coords) {
 
 bool QEL_Dmatrix::Ok(const QEL_intArray& coords) const {
     const int n = theDimensions.GetSize();
-    if (coords.GetSize() < n) return false;
+    if (DmEntryCount(coords) < n) return false;
     for (int i = 0; i < n; i++) {
         const int c = coords.Subscript(i);
         if (c < 0 || c >= theDimensions.Subscript(i)) return false;
@@ -154,7 +154,7 @@ int QEL_Dmatrix::IndexToCoordinates(int index, QEL_intArray& coords) const {
 
 int QEL_Dmatrix::NextCoordinates(QEL_intArray& coords) const {
     const int n = theDimensions.GetSize();
-    if (n == 0 || coords.GetSize() < n) return -2;
+    if (n == 0 || DmEntryCount(coords) < n) return -2;
     int d = n - 1;
     while (d >= 0 && coords.Subscript(d) >= theDimensions.Subscript(d) - 1) d--;
     if (d < 0) return -2;

@@ -175,7 +175,7 @@ int QEL_Dmatrix::Complement(int index) {
 
 int QEL_Dmatrix::CheckElements(double value, const QEL_intArray& fixed) const {
     const int n = theDimensions.GetSize();
-    if (fixed.GetSize() < n) return -2;
+    if (DmEntryCount(fixed) < n) return -2;
     DmWalk walk;
     int base = 0;
     for (int i = 0; i < n; i++) {
@@ -196,7 +196,7 @@ int QEL_Dmatrix::CheckElements(double value, const QEL_intArray& fixed) const {
 int QEL_Dmatrix::CheckElements(double value, int dimA, int coordA, int dimB, int coordB) const {
     const int n = theDimensions.GetSize();
     if (dimA < 0 || dimA >= n || dimB < 0 || dimB >= n) return -2;
-    if (dimA != dimB && (coordA < 0 || coordA >= theDimensions.Subscript(dimA))) return -2;
+    if (coordA < 0 || coordA >= theDimensions.Subscript(dimA)) return -2;
     if (coordB < 0 || coordB >= theDimensions.Subscript(dimB)) return -2;
     DmWalk walk;
     int base = coordB * thePreProduct.Subscript(dimB);

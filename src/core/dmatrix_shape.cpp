@@ -199,7 +199,7 @@ int QEL_Dmatrix::RemoveDimension(int dim, const QEL_Dmatrix& other, const QEL_in
 
 int QEL_Dmatrix::RemoveDimensions(const QEL_intArray& fixed, QEL_Dmatrix& out) const {
     const int n = GetNumberOfDimensions();
-    if (fixed.GetSize() < n) return -2;
+    if (DmEntryCount(fixed) < n) return -2;
     int freeCount = 0;
     for (int i = 0; i < n; i++) {
         const int c = fixed.Subscript(i);

@@ -22,6 +22,16 @@
 #include <climits>
 #include <cstring>
 
+#include "orvil/intarray.h"
+
+/* How many entries a coordinate or slice list passed by a caller holds: its
+ * list length when it is used as a list, else its array size. A list built
+ * by Add has spare capacity beyond its items, which must not pass for
+ * coordinates. */
+inline int DmEntryCount(const QEL_intArray& entries) {
+    return entries.NumItems() > 0 ? entries.NumItems() : entries.GetSize();
+}
+
 /* Product of count dimension sizes, or -1 when a size is below 1 or the
  * product does not fit an int. */
 inline int DmTotal(const int* sizes, int count) {
