@@ -195,8 +195,9 @@ int QEL_stringArray::ChangeOrder(const QEL_intArray& newOrder) {
         if (e < 0 || e >= n || seen.Subscript(e)) return QEL_OUT_OF_RANGE;
         seen.Subscript(e) = 1;
     }
+    if (n == 0) return 0;
     // The pointers change places; no text is copied.
-    char** reordered = new char*[n > 0 ? n : 1];
+    char** reordered = new char*[n];
     for (int i = 0; i < n; i++) reordered[i] = items[order[i]];
     memcpy(items, reordered, sizeof(char*) * n);
     delete[] reordered;
