@@ -1,0 +1,305 @@
+// Conditional tables and truth tables on their own: items, consistency,
+// the deterministic repair, resulting outcomes, the parent-necessity test
+// and summing a parent out, checked against plain coordinate arithmetic.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "orvil/cpt.h"
+#include "orvil/dmatrix.h"
+#include "orvil/doublearray.h"
+#include "orvil/intarray.h"
+#include "orvil/network.h"
+#include "orvil/node.h"
+#include "orvil/stringarray.h"
+#include "orvil/truthtable.h"
+#include "random_network.h"
+
+namespace {
+
+QEL_cpt* Cpt(QEL_network& net, int h) { return static_cast<QEL_cpt*>(net.GetNode(h)->Definition()); }
+QEL_truthTable* Tt(QEL_network& net, int h) { return static_cast<QEL_truthTable*>(net.GetNode(h)->Definition()); }
+
+void SetItems(QEL_cpt* def, const std::vector<double>& items) {
+    QEL_doubleArray a(static_cast<int>(items.size()));
+    for (size_t i = 0; i < items.size(); i++) a[static_cast<int>(i)] = items[i];
+    def->SetDefinition(a);
+}
+
+std::vector<double> Items(QEL_nodeDefinition* def) {
+    const QEL_Dmatrix& m = *def->GetMatrix();
+    std::vector<double> out;
+    for (int i = 0; i < m.GetSize(); i++) out.push_back(m[i]);
+    return out;
+}
+
+std::vector<int> List(const QEL_intArray& a) { return std::vector<int>(a.Items(), a.Items() + a.NumItems()); }
+
+QEL_intArray Coords(std::initializer_list<int> values) {
+    QEL_intArray c;
+    for (int v : values) c.Add(v);
+    return c;
+}
+
+TEST(CptItems, ConsistencyToleranceFollowsTheSmallestPositiveItem) {
+    QEL_network net;
+    const int h = net.AddNode(qel_cptType, "a");
+    QEL_cpt* def = Cpt(net, h);
+    SetItems(def, {0.5, 0.5000001});
+    EXPECT_EQ(0, def->CheckConsistency(1));
+    SetItems(def, {0.5, 0.51});
+    EXPECT_NE(0, def->CheckConsistency(1));
+    EXPECT_FALSE(def->IsConsistent());
+    // 9e-07 short of one, but the tolerance drops to the 1e-07 item.
+    SetItems(def, {0.999999, 0.0000001});
+    EXPECT_NE(0, def->CheckConsistency(1));
+    SetItems(def, {1.2, -0.2});
+    EXPECT_NE(0, def->CheckConsistency(1));
+    SetItems(def, {0.25, 0.75});
+    EXPECT_EQ(0, def->CheckConsistency(1));
+
+    QEL_intArray c = Coords({1});
+    EXPECT_EQ(-2, def->SetProbability(c, 1.5));
+    EXPECT_EQ(0, def->SetProbability(c, 0.125));
+    double p = 0.0;
+    EXPECT_EQ(0, def->GetProbability(c, p));
+    EXPECT_EQ(0.125, p);
+    QEL_intArray bad = Coords({2});
+    EXPECT_EQ(-2, def->GetProbability(bad, p));
+    EXPECT_EQ(-2, def->SetProbability(bad, 0.5));
+
+    QEL_doubleArray wrong(3);
+    EXPECT_EQ(-2, def->SetProbabilities(wrong));
+    QEL_doubleArray right(2);
+    right[0] = 0.4;
+    right[1] = 0.6;
+    EXPECT_EQ(0, def->SetProbabilities(right));
+    EXPECT_EQ((std::vector<double>{0.4, 0.6}), Items(def));
+    EXPECT_TRUE(def->IsConsistent());
+}
+
+TEST(CptOutcomes, OwnOutcomeEditsKeepColumnsAndCounts) {
+    QEL_network net;
+    const int p = net.AddNode(qel_cptType, "p");
+    const int h = net.AddNode(qel_cptType, "a");
+    QEL_cpt* def = Cpt(net, h);
+    EXPECT_EQ(-2, def->RemoveOutcome(0));
+    ASSERT_EQ(0, net.AddArc(p, h));
+    SetItems(def, {0.3, 0.7, 0.9, 0.1});
+
+    ASSERT_EQ(0, def->InsertOutcome(1, "mid"));
+    EXPECT_EQ((std::vector<double>{0.3, 0.0, 0.7, 0.9, 0.0, 0.1}), Items(def));
+    EXPECT_EQ(0, def->CheckConsistency(1));
+    EXPECT_EQ(-2, def->InsertOutcome(5, "far"));
+    EXPECT_EQ(3, def->GetNumberOfOutcomes());
+
+    ASSERT_EQ(0, def->RemoveOutcome(0));
+    // The columns are left short: the removed mass is not spread out.
+    EXPECT_EQ((std::vector<double>{0.0, 0.7, 0.0, 0.1}), Items(def));
+    EXPECT_EQ(-2, def->RemoveOutcome(0));
+    EXPECT_EQ(-2, def->RenameOutcome(0, "State1"));
+    EXPECT_EQ(0, def->RenameOutcome(0, "low"));
+    EXPECT_STREQ("low", (*def->GetOutcomesNames())[0]);
+
+    // Counts below two are raised to two; below one the definition is
+    // emptied and says so.
+    ASSERT_EQ(0, def->SetNumberOfOutcomes(1));
+    EXPECT_EQ(2, def->GetNumberOfOutcomes());
+    EXPECT_EQ((std::vector<double>{0.5, 0.5, 0.5, 0.5}), Items(def));
+    EXPECT_EQ(-2, def->SetNumberOfOutcomes(0));
+    EXPECT_EQ(0, def->GetNumberOfOutcomes());
+    EXPECT_NE(0, def->CheckConsistency(1));
+    EXPECT_EQ(-2, def->AddOutcome("x"));
+    ASSERT_EQ(0, def->SetNumberOfOutcomes(3));
+    EXPECT_EQ(6, def->GetSize());
+    EXPECT_EQ(0, def->CheckConsistency(1));
+
+    ASSERT_EQ(0, def->MakeUniform());
+    for (double v : Items(def)) EXPECT_DOUBLE_EQ(1.0 / 3.0, v);
+}
+
+TEST(TruthTable, RepairPicksTheLargestCellAndTheLaterOnTies) {
+    QEL_network net;
+    const int h = net.AddNode(qel_truthTableType, "d");
+    QEL_truthTable* def = Tt(net, h);
+    EXPECT_EQ((std::vector<double>{1.0, 0.0}), Items(def));
+    EXPECT_EQ(-51, def->MakeUniform());
+    ASSERT_EQ(0, def->SetNumberOfOutcomes(3));
+    EXPECT_EQ((std::vector<double>{1.0, 0.0, 0.0}), Items(def));
+
+    SetItems(def, {0.2, 0.5, 0.5});
+    EXPECT_NE(0, def->CheckConsistency(1));
+    ASSERT_EQ(0, def->MakeConsistent());
+    EXPECT_EQ((std::vector<double>{0.0, 0.0, 1.0}), Items(def));
+    SetItems(def, {0.0, 0.0, 0.0});
+    def->MakeConsistent();
+    EXPECT_EQ((std::vector<double>{0.0, 0.0, 1.0}), Items(def));
+
+    // Random columns: one 1.0 where the last maximum stood.
+    std::mt19937 rng(7);
+    std::uniform_int_distribution<int> level(0, 3);
+    for (int round = 0; round < 200; round++) {
+        std::vector<double> column{level(rng) / 3.0, level(rng) / 3.0, level(rng) / 3.0};
+        int best = 0;
+        for (int k = 1; k < 3; k++)
+            if (column[k] >= column[best]) best = k;
+        SetItems(def, column);
+        def->MakeConsistent();
+        std::vector<double> expected(3, 0.0);
+        expected[best] = 1.0;
+        ASSERT_EQ(expected, Items(def));
+        ASSERT_EQ(0, def->CheckConsistency(1));
+    }
+}
+
+TEST(TruthTable, ResultingStatesRoundTripByNumberAndName) {
+    QEL_network net;
+    orvil_test::RandomNetworkOptions options;
+    options.nodes = 4;
+    options.deterministicShare = 1.0;
+    std::vector<int> handles = orvil_test::BuildRandomNetwork(net, 11, options);
+    ASSERT_EQ(4u, handles.size());
+    std::mt19937 rng(3);
+    for (int h : handles) {
+        QEL_truthTable* def = Tt(net, h);
+        const int n = def->GetNumberOfOutcomes();
+        const int columns = def->GetNumberOfColumns();
+        ASSERT_EQ(def->GetSize(), columns * n);
+        QEL_intArray states;
+        for (int c = 0; c < columns; c++) states.Add(std::uniform_int_distribution<int>(0, n - 1)(rng));
+        ASSERT_EQ(0, def->SetResultingStates(states));
+        QEL_intArray back;
+        ASSERT_EQ(0, def->GetResultingStates(back));
+        ASSERT_EQ(List(states), List(back));
+        ASSERT_EQ(0, def->CheckConsistency(1));
+
+        QEL_stringArray names;
+        ASSERT_EQ(0, def->GetResultingStates(names));
+        ASSERT_EQ(columns, names.NumItems());
+        QEL_intArray cleared;
+        for (int c = 0; c < columns; c++) cleared.Add(0);
+        def->SetResultingStates(cleared);
+        ASSERT_EQ(0, def->SetResultingStates(names));
+        def->GetResultingStates(back);
+        ASSERT_EQ(List(states), List(back));
+
+        // A column addressed by coordinates answers the same.
+        QEL_intArray c;
+        def->GetTable().IndexToCoordinates((columns - 1) * n, c);
+        EXPECT_EQ(states[columns - 1], def->GetResultingState(c));
+        c[def->GetTable().GetLastDimension()] = n - 1;
+        ASSERT_EQ(0, def->SetResultingState(c));
+        def->GetResultingStates(back);
+        EXPECT_EQ(n - 1, back[columns - 1]);
+
+        // An out-of-range outcome changes nothing.
+        QEL_intArray bad = states;
+        bad[0] = n;
+        const std::vector<double> before = Items(def);
+        EXPECT_EQ(-2, def->SetResultingStates(bad));
+        EXPECT_EQ(before, Items(def));
+        QEL_intArray shortList;
+        EXPECT_EQ(-2, def->SetResultingStates(shortList));
+    }
+}
+
+// The necessity test by coordinates: compare every column with the column
+// of the parent's first outcome, holding the other parents.
+bool NaiveNecessary(const QEL_Dmatrix& m, int position, double epsilon) {
+    const int n = m.GetSizeOfLastDimension();
+    QEL_intArray c;
+    for (int i = 0; i < m.GetSize(); i += n) {
+        m.IndexToCoordinates(i, c);
+        if (c[position] == 0) continue;
+        c[position] = 0;
+        const int base = m.CoordinatesToIndex(c);
+        double sum = 0.0;
+        for (int k = 0; k < n; k++) {
+            const double d = std::sqrt(m[i + k]) - std::sqrt(m[base + k]);
+            sum += d * d;
+        }
+        if (sum > epsilon * epsilon) return true;
+    }
+    return false;
+}
+
+TEST(CptParents, NecessityMatchesColumnComparison) {
+    for (unsigned seed = 1; seed <= 30; seed++) {
+        QEL_network net;
+        orvil_test::RandomNetworkOptions options;
+        options.nodes = 5;
+        std::vector<int> handles = orvil_test::BuildRandomNetwork(net, seed, options);
+        ASSERT_EQ(5u, handles.size());
+        std::mt19937 rng(seed);
+        for (int h : handles) {
+            QEL_cpt* def = Cpt(net, h);
+            const int parents = net.NumParents(h, qel_normalArc);
+            if (parents == 0) continue;
+            const int position = std::uniform_int_distribution<int>(0, parents - 1)(rng);
+            // Half the time make the parent irrelevant: every column equals
+            // the one at the parent's outcome 0.
+            QEL_Dmatrix& m = *def->GetMatrix();
+            if (seed % 2 == 0) {
+                QEL_intArray c;
+                for (int i = 0; i < m.GetSize(); i++) {
+                    m.IndexToCoordinates(i, c);
+                    c[position] = 0;
+                    m[i] = m[m.CoordinatesToIndex(c)];
+                }
+            }
+            for (double epsilon : {0.0, 0.01, 0.2}) {
+                bool necessary = false;
+                ASSERT_EQ(0, def->IsParentNecessary(position, epsilon, necessary));
+                ASSERT_EQ(NaiveNecessary(m, position, epsilon), necessary) << "seed " << seed;
+                if (seed % 2 == 0) {
+                    ASSERT_FALSE(necessary);
+                }
+            }
+            bool unused = false;
+            EXPECT_EQ(-2, def->IsParentNecessary(parents, 0.1, unused));
+            EXPECT_EQ(-2, def->IsParentNecessary(-1, 0.1, unused));
+        }
+    }
+}
+
+TEST(CptParents, MarginalizingARootParentWeighsColumnsByItsTable) {
+    for (unsigned seed = 1; seed <= 20; seed++) {
+        QEL_network net;
+        orvil_test::RandomNetworkOptions options;
+        options.nodes = 4;
+        std::vector<int> handles = orvil_test::BuildRandomNetwork(net, seed, options);
+        ASSERT_EQ(4u, handles.size());
+        const int root = handles[0];
+        for (size_t i = 1; i < handles.size(); i++) {
+            const int h = handles[i];
+            const int position = net.GetParents(h, qel_normalArc).FindPosition(root);
+            if (position < 0) continue;
+            QEL_cpt* def = Cpt(net, h);
+            const QEL_Dmatrix before = def->GetTable();
+            const std::vector<double> weights = Items(Cpt(net, root));
+            ASSERT_EQ(0, def->MarginalizeParent(root));
+            const QEL_Dmatrix& after = def->GetTable();
+            ASSERT_EQ(before.GetNumberOfDimensions() - 1, after.GetNumberOfDimensions());
+            // Each new cell is the weighted sum over the parent's outcomes.
+            QEL_intArray c;
+            for (int j = 0; j < after.GetSize(); j++) {
+                after.IndexToCoordinates(j, c);
+                QEL_intArray full;
+                for (int d = 0; d < before.GetNumberOfDimensions(); d++)
+                    full.Add(d < position ? c[d] : (d == position ? 0 : c[d - 1]));
+                double expected = 0.0;
+                for (size_t v = 0; v < weights.size(); v++) {
+                    full[position] = static_cast<int>(v);
+                    expected += before[before.CoordinatesToIndex(full)] * weights[v];
+                }
+                ASSERT_NEAR(expected, after[j], 1e-12);
+            }
+            // The arc itself is the caller's to remove.
+            EXPECT_EQ(1, net.GetParents(h, qel_normalArc).IsInList(root));
+        }
+    }
+}
+
+}  // namespace
