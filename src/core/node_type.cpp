@@ -156,7 +156,12 @@ int QEL_node::ChangeType(int newType) {
     CheckNetworkStructure(1);
     AdjustExtraDefinition();
     CheckReadiness(1);
-    if (network != nullptr) network->OnTypeChanged(handle, oldType);
+    if (network != nullptr) {
+        network->OnTypeChanged(handle, oldType);
+        // The converted table may differ from the old one (a truth table
+        // keeps only the most likely outcome), so beliefs below are stale.
+        network->RelevanceDefinitionChanged(handle, qel_probabilitiesChanged);
+    }
     return 0;
 }
 

@@ -12,6 +12,7 @@
 #include "orvil/doublearray.h"
 #include "orvil/intarray.h"
 #include "orvil/network.h"
+#include "orvil/nodevalue.h"
 #include "orvil/node.h"
 #include "orvil/stringarray.h"
 #include "orvil/truthtable.h"
@@ -299,6 +300,78 @@ TEST(CptParents, MarginalizingARootParentWeighsColumnsByItsTable) {
             // The arc itself is the caller's to remove.
             EXPECT_EQ(1, net.GetParents(h, qel_normalArc).IsInList(root));
         }
+    }
+}
+
+TEST(CptParents, AbsorbingEvidenceKeepsTheSliceOfTheObservedOutcome) {
+    for (unsigned seed = 1; seed <= 10; seed++) {
+        QEL_network net;
+        orvil_test::RandomNetworkOptions options;
+        options.nodes = 4;
+        options.zeroShare = 0.0;
+        std::vector<int> handles = orvil_test::BuildRandomNetwork(net, seed, options);
+        ASSERT_EQ(4u, handles.size());
+        const int root = handles[0];
+        const int observed = static_cast<int>(seed) % Cpt(net, root)->GetNumberOfOutcomes();
+        for (size_t i = 1; i < handles.size(); i++) {
+            const int h = handles[i];
+            QEL_cpt* def = Cpt(net, h);
+            // Without evidence there is nothing to absorb.
+            if (net.GetParents(h, qel_normalArc).IsInList(root) == 1) {
+                EXPECT_EQ(-2, def->AbsorbEvidenceFromParent(root));
+            }
+        }
+        ASSERT_EQ(0, net.GetNode(root)->Value()->SetEvidence(observed));
+        for (size_t i = 1; i < handles.size(); i++) {
+            const int h = handles[i];
+            const int position = net.GetParents(h, qel_normalArc).FindPosition(root);
+            if (position < 0) continue;
+            QEL_cpt* def = Cpt(net, h);
+            const QEL_Dmatrix before = def->GetTable();
+            ASSERT_EQ(0, def->AbsorbEvidenceFromParent(root));
+            const QEL_Dmatrix& after = def->GetTable();
+            ASSERT_EQ(before.GetSize() / before.GetSizeOfDimension(position), after.GetSize());
+            QEL_intArray c;
+            for (int j = 0; j < after.GetSize(); j++) {
+                after.IndexToCoordinates(j, c);
+                QEL_intArray full;
+                for (int d = 0; d < before.GetNumberOfDimensions(); d++)
+                    full.Add(d < position ? c[d] : (d == position ? observed : c[d - 1]));
+                ASSERT_EQ(before[before.CoordinatesToIndex(full)], after[j]);
+            }
+        }
+    }
+}
+
+TEST(CptParents, NetworkCopiesOwnTheirTables) {
+    QEL_network source;
+    orvil_test::RandomNetworkOptions options;
+    options.nodes = 5;
+    options.deterministicShare = 0.4;
+    std::vector<int> handles = orvil_test::BuildRandomNetwork(source, 5, options);
+    ASSERT_EQ(5u, handles.size());
+    QEL_network copy(source);
+    for (int h : handles) {
+        QEL_nodeDefinition* original = source.GetNode(h)->Definition();
+        QEL_nodeDefinition* copied = copy.GetNode(h)->Definition();
+        ASSERT_NE(original, copied);
+        EXPECT_EQ(&copy, copied->GetNetwork());
+        EXPECT_EQ(original->GetType(), copied->GetType());
+        EXPECT_EQ(Items(original), Items(copied));
+        EXPECT_EQ(original->GetNumberOfOutcomes(), copied->GetNumberOfOutcomes());
+    }
+    // An edit of the copy reaches the copy's children only.
+    const int root = handles[0];
+    const std::vector<std::vector<double>> before = [&] {
+        std::vector<std::vector<double>> all;
+        for (int h : handles) all.push_back(Items(source.GetNode(h)->Definition()));
+        return all;
+    }();
+    ASSERT_EQ(0, copy.GetNode(root)->Definition()->AddOutcome("extra"));
+    for (size_t i = 0; i < handles.size(); i++) EXPECT_EQ(before[i], Items(source.GetNode(handles[i])->Definition()));
+    for (int h : handles) {
+        if (copy.GetParents(h, qel_normalArc).IsInList(root) != 1) continue;
+        EXPECT_GT(Items(copy.GetNode(h)->Definition()).size(), Items(source.GetNode(h)->Definition()).size());
     }
 }
 
