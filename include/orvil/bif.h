@@ -70,11 +70,12 @@ public:
     // the same arguments.
     void SetUserExtension(void* extension) { userExtension = extension; }
     void* GetUserExtension() const { return userExtension; }
-    // The reader keeps the network's identifier and cycle tests switched
-    // on: BIF names are made unique and cycles are refused before any node
-    // is made, so the tests never fire and cost little.
-    bool SuppressIdInUse() const { return false; }
-    bool SuppressAcyclic() const { return false; }
+    // The reader needs neither the network's identifier test nor its cycle
+    // test: BIF names are made unique, and cycles refused, before any node
+    // is made. A read switches both tests and the relevance hooks off while
+    // it builds, and restores them afterwards.
+    bool SuppressIdInUse() const { return true; }
+    bool SuppressAcyclic() const { return true; }
 
 private:
     int Read(const char* text, size_t length, const char* source);

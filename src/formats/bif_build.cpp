@@ -4,9 +4,17 @@
 // the parents-then-outcomes layout of the model; last, the tables are
 // copied in. Outcomes must precede arcs because a node with children can no
 // longer change its outcome count.
+//
+// The build runs as a file read: the relevance hooks are off, and the
+// network's identifier and cycle tests are skipped, because the ids made
+// here are unique by construction and the resolver has refused cycles. With
+// the tests on, every arc would walk the whole graph and a thousand-node
+// network would take a quadratic time to load.
 #include "formats/bif_network.h"
 
 #include "formats/bif_ids.h"
+#include "orvil/dmatrix.h"
+#include "orvil/doublearray.h"
 #include "orvil/errors.h"
 #include "orvil/extradefinition.h"
 #include "orvil/header.h"
@@ -14,8 +22,6 @@
 #include "orvil/node.h"
 #include "orvil/nodedefinition.h"
 #include "orvil/nodeinfo.h"
-#include "orvil/dmatrix.h"
-#include "orvil/doublearray.h"
 #include "orvil/stringarray.h"
 #include "orvil/userproperties.h"
 
@@ -40,6 +46,30 @@ void AddProperties(const std::vector<BifProperty>& properties, QEL_userPropertie
     for (size_t i = 0; i < properties.size(); ++i)
         target.AddProperty(ids[i].c_str(), properties[i].value.c_str());
 }
+
+// Puts the network in the state of a file read for the life of the object
+// and restores its read flags and relevance events afterwards.
+class ReadBracket {
+public:
+    explicit ReadBracket(QEL_network& net)
+        : net(net), readFlags(net.GetReadFlags()), relevanceEvents(net.GetRelevanceEvents())
+    {
+        net.SetReadFlags(readFlags | QEL_READ_ACTIVE | QEL_READ_NO_CYCLE_TEST | QEL_READ_NO_ID_TEST);
+        net.SetRelevanceEvents(0);
+    }
+    ~ReadBracket()
+    {
+        net.SetReadFlags(readFlags);
+        net.SetRelevanceEvents(relevanceEvents);
+    }
+    ReadBracket(const ReadBracket&) = delete;
+    ReadBracket& operator=(const ReadBracket&) = delete;
+
+private:
+    QEL_network& net;
+    int readFlags;
+    int relevanceEvents;
+};
 
 class BifBuilder {
 public:
@@ -71,6 +101,7 @@ int BifBuilder::Build()
         names.push_back(node.name);
     std::vector<std::string> ids;
     BifMakeIds(names, [this](const char* id) { return net.IsThisIdentifierInUse(id, -1); }, ids);
+    ReadBracket bracket(net);
     int rc = QEL_OKAY;
     for (size_t i = 0; rc == QEL_OKAY && i < model.nodes.size(); ++i)
         rc = AddNode(i, ids[i]);

@@ -1,0 +1,341 @@
+// QEL_bifSpeaker against real networks: what a read builds (nodes, ids,
+// names, labels, arcs in order, tables), that writes read back to the same
+// network, that damaged input is logged with its line and leaves the
+// network alone, and that all the shared benchmark networks load.
+#include "bif_test_util.h"
+
+#include "orvil/bif.h"
+#include "orvil/dmatrix.h"
+#include "orvil/doublearray.h"
+#include "orvil/errors.h"
+#include "orvil/extradefinition.h"
+#include "orvil/header.h"
+#include "orvil/intarray.h"
+#include "orvil/network.h"
+#include "orvil/node.h"
+#include "orvil/nodedefinition.h"
+#include "orvil/nodeinfo.h"
+#include "orvil/stringarray.h"
+#include "orvil/userproperties.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+const char* sharedNetworks = "/work/shared/networks";
+
+QEL_nodeDefinition& Definition(QEL_network& net, const char* id)
+{
+    return *net.GetNode(net.FindNode(id))->Definition();
+}
+
+std::vector<double> Table(QEL_network& net, int handle)
+{
+    const QEL_Dmatrix& matrix = *net.GetNode(handle)->Definition()->GetMatrix();
+    const double* items = matrix.GetItems().Items();
+    return std::vector<double>(items, items + matrix.GetSize());
+}
+
+std::vector<std::string> Outcomes(QEL_network& net, int handle)
+{
+    std::vector<std::string> ids;
+    QEL_idArray* names = net.GetNode(handle)->Definition()->GetOutcomesNames();
+    for (int s = 0; s < names->NumItems(); ++s)
+        ids.push_back((*names)[s]);
+    return ids;
+}
+
+std::vector<int> Parents(QEL_network& net, int handle)
+{
+    const QEL_intArray& parents = net.GetParents(handle);
+    return std::vector<int>(parents.Items(), parents.Items() + parents.NumItems());
+}
+
+// The whole network as plain data, handle by handle, for comparisons.
+struct Snapshot {
+    std::vector<std::string> ids, names;
+    std::vector<std::vector<std::string>> outcomes, labels;
+    std::vector<std::vector<std::string>> parents;
+    std::vector<std::vector<double>> tables;
+
+    explicit Snapshot(QEL_network& net)
+    {
+        for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
+            QEL_node& node = *net.GetNode(h);
+            ids.push_back(node.GetId());
+            names.push_back(node.Info()->Header().GetName());
+            outcomes.push_back(Outcomes(net, h));
+            labels.emplace_back();
+            for (size_t s = 0; s < outcomes.back().size(); ++s) {
+                const char* label = node.ExtraDefinition()->GetLabel(static_cast<int>(s));
+                labels.back().push_back(label ? label : "");
+            }
+            parents.emplace_back();
+            for (int p : Parents(net, h))
+                parents.back().push_back(net.GetNode(p)->GetId());
+            tables.push_back(Table(net, h));
+        }
+    }
+
+    void ExpectEqual(const Snapshot& other) const
+    {
+        EXPECT_EQ(ids, other.ids);
+        EXPECT_EQ(names, other.names);
+        EXPECT_EQ(outcomes, other.outcomes);
+        EXPECT_EQ(labels, other.labels);
+        EXPECT_EQ(parents, other.parents);
+        EXPECT_EQ(tables, other.tables);
+    }
+};
+
+TEST(BifSpeaker, ReadsNetworksAsCptNodesWithTablesInEngineLayout)
+{
+    struct Expected {
+        const char* file;
+        int nodes;
+    };
+    for (const Expected& e : {Expected{"asia.bif", 8}, Expected{"cancer.bif", 5}, Expected{"earthquake.bif", 5},
+                              Expected{"sachs.bif", 11}, Expected{"alarm.bif", 37}, Expected{"child.bif", 20}}) {
+        QEL_network net;
+        QEL_bifSpeaker speaker(&net);
+        ASSERT_EQ(speaker.ReadNetwork((std::string(ORVIL_TEST_DATA_DIR) + "/" + e.file).c_str()), 0) << e.file;
+        ASSERT_EQ(net.GetNumberOfNodes(), e.nodes) << e.file;
+        BifModel model;
+        BifError error;
+        ASSERT_EQ(bif_test::ReadModel(bif_test::ReadDataFile(e.file), model, error), 0);
+        int index = 0;
+        for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h), ++index) {
+            const BifNode& node = model.nodes[index];
+            EXPECT_EQ(net.GetNode(h)->Definition()->GetType(), qel_cptType);
+            EXPECT_EQ(net.GetNode(h)->Info()->Header().GetName(), node.name);
+            EXPECT_EQ(Outcomes(net, h).size(), node.states.size());
+            std::vector<int> parents;
+            for (int p : node.parents)
+                parents.push_back(net.FindNode(model.nodes[p].name.c_str()));
+            EXPECT_EQ(Parents(net, h), parents) << node.name;
+            EXPECT_EQ(Table(net, h), node.table) << node.name;
+        }
+    }
+    QEL_network net;
+    QEL_bifSpeaker speaker(&net);
+    ASSERT_EQ(speaker.ReadNetworkFromString(bif_test::ReadDataFile("cancer.bif").c_str()), 0);
+    EXPECT_EQ(Table(net, net.FindNode("Cancer")),
+              (std::vector<double>{0.03, 0.97, 0.001, 0.999, 0.05, 0.95, 0.02, 0.98}));
+}
+
+// The enumeration oracle reads the tables out of the engine's own nodes, so
+// agreement with the reference posteriors covers the whole path into the
+// network.
+TEST(BifSpeaker, NetworkPosteriorsMatchTheReferenceEngine)
+{
+    for (const char* file : {"asia.bif", "cancer_table.bif"}) {
+        QEL_network net;
+        QEL_bifSpeaker speaker(&net);
+        ASSERT_EQ(speaker.ReadNetworkFromString(bif_test::ReadDataFile(file).c_str()), 0) << file;
+        std::string reference = std::string(file).substr(0, std::string(file).find_first_of("_."));
+        std::vector<bif_test::ReferenceCase> cases = bif_test::LoadReferenceCases(reference);
+        ASSERT_GE(cases.size(), 6u) << reference;
+        for (const bif_test::ReferenceCase& c : cases) {
+            orvil_test::BruteModel model = orvil_test::BruteModelFromNetwork(net);
+            for (const auto& [id, state] : c.evidence) {
+                int handle = net.FindNode(id.c_str());
+                std::vector<std::string> outcomes = Outcomes(net, handle);
+                model.vars[model.IndexOfHandle(handle)].evidence =
+                    static_cast<int>(std::find(outcomes.begin(), outcomes.end(), state) - outcomes.begin());
+            }
+            orvil_test::BruteResult result = orvil_test::BruteForce(model);
+            ASSERT_TRUE(result.ok);
+            EXPECT_NEAR(std::log(result.probEvidence), c.logProbEvidence, 1e-8) << c.id;
+            for (const auto& [id, posterior] : c.posteriors) {
+                const std::vector<double>& got = result.posteriors[model.IndexOfHandle(net.FindNode(id.c_str()))];
+                ASSERT_EQ(got.size(), posterior.size());
+                for (size_t s = 0; s < got.size(); ++s)
+                    EXPECT_NEAR(got[s], posterior[s], 1e-8) << file << " " << c.id << " " << id;
+            }
+        }
+    }
+}
+
+TEST(BifSpeaker, InvalidNamesBecomeIdsAndTheTextsAreKept)
+{
+    QEL_network net;
+    QEL_bifSpeaker speaker(&net);
+    ASSERT_EQ(speaker.ReadNetworkFromString(bif_test::ReadDataFile("child.bif").c_str()), 0);
+    EXPECT_EQ(Outcomes(net, net.FindNode("LowerBodyO2")), (std::vector<std::string>{"x_5", "x5_12", "x12_"}));
+    EXPECT_EQ(Outcomes(net, net.FindNode("CO2Report")), (std::vector<std::string>{"x_7_5", "x__7_5"}));
+    EXPECT_EQ(Outcomes(net, net.FindNode("CardiacMixing")).at(3), "Transp_");
+    QEL_node& mixing = *net.GetNode(net.FindNode("CardiacMixing"));
+    EXPECT_STREQ(mixing.ExtraDefinition()->GetLabel(3), "Transp.");
+    EXPECT_EQ(mixing.ExtraDefinition()->GetLabel(0), nullptr);
+
+    const char* text =
+        "network \"Dog Problem\" {\n  property \"version = 0.15\";\n}\n"
+        "variable \"a b\" { type discrete [ 2 ] { \"1\", \"1.\" }; property note = first; }\n"
+        "variable a-b { type discrete [ 2 ] { x, y }; }\n"
+        "variable a_b { type discrete [ 2 ] { x, y }; }\n"
+        "probability ( \"a b\" ) { table 0.5, 0.5; }\n"
+        "probability ( a-b | \"a b\" ) { default 0.5, 0.5; }\n"
+        "probability ( a_b | a-b ) { default 0.5, 0.5; }\n";
+    ASSERT_EQ(speaker.ReadNetworkFromString(text), 0) << QEL_errorH().GetLastErrorMessage();
+    ASSERT_EQ(net.GetNumberOfNodes(), 3);
+    int first = net.GetFirstNode();
+    EXPECT_STREQ(net.GetNode(first)->GetId(), "a_b2");
+    EXPECT_STREQ(net.GetNode(first)->Info()->Header().GetName(), "a b");
+    EXPECT_STREQ(net.GetNode(net.GetNextNode(first))->GetId(), "a_b3");
+    EXPECT_EQ(Outcomes(net, first), (std::vector<std::string>{"x1", "x1_"}));
+    EXPECT_STREQ(net.GetHeader().GetId(), "Dog_Problem");
+    EXPECT_STREQ(net.GetHeader().GetName(), "Dog Problem");
+    EXPECT_EQ(net.UserProperties().FindProperty("version"), 0);
+    EXPECT_STREQ(net.GetNode(first)->Info()->UserProperties().GetPropertyValue(0), "first");
+}
+
+TEST(BifSpeaker, WrittenNetworksReadBackUnchanged)
+{
+    for (const char* file : {"child.bif", "alarm.bif", "asia.bif"}) {
+        QEL_network net;
+        QEL_bifSpeaker speaker(&net);
+        ASSERT_EQ(speaker.ReadNetworkFromString(bif_test::ReadDataFile(file).c_str()), 0);
+        std::string text;
+        ASSERT_EQ(speaker.WriteNetworkToString(text), 0);
+        QEL_network again;
+        QEL_bifSpeaker reader(&again);
+        ASSERT_EQ(reader.ReadNetworkFromString(text.c_str()), 0) << file;
+        Snapshot(again).ExpectEqual(Snapshot(net));
+        std::string second;
+        ASSERT_EQ(reader.WriteNetworkToString(second), 0);
+        EXPECT_EQ(second, text) << file;
+    }
+    QEL_network net;
+    QEL_bifSpeaker speaker(&net);
+    ASSERT_EQ(speaker.ReadNetworkFromString(bif_test::ReadDataFile("child.bif").c_str()), 0);
+    std::string text;
+    ASSERT_EQ(speaker.WriteNetworkToString(text), 0);
+    EXPECT_NE(text.find("{ <5, 5-12, 12+ }"), std::string::npos);
+}
+
+// Networks made through the engine's own calls, with holes in the handle
+// table, random outcome counts, arcs and full-precision tables.
+TEST(BifSpeaker, RandomBuiltNetworksSurviveWriteAndRead)
+{
+    std::mt19937 rng(9);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    for (int round = 0; round < 30; ++round) {
+        QEL_network net;
+        int count = 2 + static_cast<int>(rng() % 8);
+        std::vector<int> handles;
+        for (int i = 0; i < count; ++i) {
+            handles.push_back(net.AddNode(qel_cptType, ("n" + std::to_string(i)).c_str()));
+            ASSERT_GE(handles.back(), 0);
+            ASSERT_EQ(net.GetNode(handles.back())->Definition()->SetNumberOfOutcomes(2 + static_cast<int>(rng() % 3)), 0);
+        }
+        for (int child = 1; child < count; ++child)
+            for (int parent = 0; parent < child; ++parent) {
+                if (rng() % 3 == 0) {
+                    ASSERT_EQ(net.AddArc(handles[parent], handles[child]), 0);
+                }
+            }
+        ASSERT_EQ(net.DeleteNode(handles[rng() % count]), 0);
+        for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
+            QEL_doubleArray& items = net.GetNode(h)->Definition()->GetMatrix()->GetItems();
+            for (int k = 0; k < items.GetSize(); ++k)
+                items[k] = unit(rng);
+        }
+        std::string text;
+        QEL_bifSpeaker writer(&net);
+        ASSERT_EQ(writer.WriteNetworkToString(text), 0);
+        QEL_network again;
+        QEL_bifSpeaker reader(&again);
+        ASSERT_EQ(reader.ReadNetworkFromString(text.c_str()), 0) << text;
+        Snapshot(again).ExpectEqual(Snapshot(net));
+    }
+}
+
+TEST(BifSpeaker, DamagedTextIsLoggedWithItsLineAndChangesNothing)
+{
+    QEL_network net;
+    QEL_bifSpeaker speaker(&net);
+    ASSERT_EQ(speaker.ReadNetworkFromString(bif_test::ReadDataFile("asia.bif").c_str()), 0);
+    Snapshot before(net);
+    for (const bif_test::DamagedText& damaged : bif_test::DamagedTexts()) {
+        QEL_errorH().Flush();
+        EXPECT_EQ(speaker.ReadNetworkFromBuffer(damaged.text.data(), damaged.text.size()), damaged.code) << damaged.what;
+        ASSERT_EQ(QEL_errorH().GetNumberOfErrors(), 1) << damaged.what;
+        EXPECT_EQ(QEL_errorH().GetLastError(), damaged.code);
+        std::string message = QEL_errorH().GetLastErrorMessage();
+        EXPECT_EQ(message.rfind("line " + std::to_string(damaged.line) + ": ", 0), 0u) << message;
+        Snapshot(net).ExpectEqual(before);
+    }
+    std::string path = (std::filesystem::temp_directory_path() / "orvil_bif_damaged.bif").string();
+    FILE* file = std::fopen(path.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    std::fputs("variable a {\n  type discrete [ 2 ] { x, x };\n}\n", file);
+    std::fclose(file);
+    EXPECT_EQ(speaker.ReadNetwork(path.c_str()), -32);
+    EXPECT_EQ(std::string(QEL_errorH().GetLastErrorMessage()).rfind(path + ": line 2: ", 0), 0u);
+    std::remove(path.c_str());
+    EXPECT_EQ(speaker.ReadNetwork((path + ".missing").c_str()), -100);
+    EXPECT_EQ(speaker.WriteNetwork("/nonexistent-directory/x.bif"), -101);
+    EXPECT_EQ(speaker.ReadNetworkFromString(nullptr), -2);
+    Snapshot(net).ExpectEqual(before);
+}
+
+TEST(BifSpeaker, WritesOnlyNodesWithDiscreteTables)
+{
+    QEL_network net;
+    ASSERT_GE(net.AddNode(qel_truthTableType, "gate"), 0);
+    QEL_bifSpeaker speaker(&net);
+    std::string text;
+    ASSERT_EQ(speaker.WriteNetworkToString(text), 0);
+    QEL_network again;
+    QEL_bifSpeaker reader(&again);
+    ASSERT_EQ(reader.ReadNetworkFromString(text.c_str()), 0);
+    EXPECT_EQ(Definition(again, "gate").GetType(), qel_cptType);
+    EXPECT_EQ(Table(again, again.FindNode("gate")), Table(net, net.FindNode("gate")));
+
+    ASSERT_GE(net.AddNode(qel_listType, "choice"), 0);
+    QEL_errorH().Flush();
+    EXPECT_EQ(speaker.WriteNetworkToString(text), -51);
+    EXPECT_EQ(QEL_errorH().GetLastError(), -51);
+    EXPECT_NE(std::string(QEL_errorH().GetLastErrorMessage()).find("'choice'"), std::string::npos);
+}
+
+TEST(BifSpeaker, ReadsEverySharedNetwork)
+{
+    if (!std::filesystem::is_directory(sharedNetworks))
+        GTEST_SKIP() << "no shared networks on this machine";
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(sharedNetworks)) {
+        if (entry.path().extension() != ".bif")
+            continue;
+        ++files;
+        std::string text = bif_test::ReadFile(entry.path().string());
+        BifModel model;
+        BifError error;
+        ASSERT_EQ(bif_test::ReadModel(text, model, error), 0) << entry.path() << ": " << error.message;
+        QEL_network net;
+        QEL_bifSpeaker speaker(&net);
+        auto start = std::chrono::steady_clock::now();
+        ASSERT_EQ(speaker.ReadNetwork(entry.path().c_str()), 0) << entry.path() << QEL_errorH().GetLastErrorMessage();
+        double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        RecordProperty(entry.path().stem().string(), std::to_string(seconds));
+        ASSERT_EQ(net.GetNumberOfNodes(), static_cast<int>(model.nodes.size())) << entry.path();
+        size_t entries = 0, expected = 0;
+        for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h))
+            entries += Table(net, h).size();
+        for (const BifNode& node : model.nodes)
+            expected += node.table.size();
+        EXPECT_EQ(entries, expected) << entry.path();
+    }
+    EXPECT_EQ(files, 24);
+}
+
+}  // namespace
