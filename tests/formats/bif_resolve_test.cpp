@@ -65,18 +65,7 @@ TEST(BifResolve, DamagedTextsReportTheirStatusAndLine)
         EXPECT_EQ(error.code, status) << damaged.what;
         EXPECT_EQ(error.line, damaged.line) << damaged.what << ": " << error.message;
         EXPECT_FALSE(error.message.empty()) << damaged.what;
-    }
-}
-
-TEST(BifResolve, CycleMessageFollowsTheArcs)
-{
-    for (const bif_test::DamagedText& damaged : bif_test::DamagedTexts()) {
-        if (damaged.code != -11)
-            continue;
-        BifModel model;
-        BifError error;
-        bif_test::ReadModel(damaged.text, model, error);
-        EXPECT_NE(error.message.find("'a' -> 'b' -> 'c' -> 'a'"), std::string::npos) << error.message;
+        EXPECT_NE(error.message.find(damaged.saying), std::string::npos) << error.message;
     }
 }
 

@@ -110,20 +110,6 @@ TEST(BifRoundTrip, RandomModelsSurviveWriteAndRead)
     }
 }
 
-TEST(BifRoundTrip, SharedNetworksSurviveWriteAndRead)
-{
-    for (const char* name : {"asia.bif", "alarm.bif", "child.bif", "sachs.bif", "cancer_table.bif"}) {
-        BifModel model;
-        BifError error;
-        ASSERT_EQ(bif_test::ReadModel(bif_test::ReadDataFile(name), model, error), 0) << name << error.message;
-        std::string text;
-        BifFormat(model, text);
-        BifModel read;
-        ASSERT_EQ(bif_test::ReadModel(text, read, error), 0) << name << error.message;
-        ExpectSameModel(read, model);
-    }
-}
-
 int CountLines(const std::string& text)
 {
     return 1 + static_cast<int>(std::count(text.begin(), text.end(), '\n'));

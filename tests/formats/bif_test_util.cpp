@@ -1,11 +1,13 @@
-// A minimal JSON reader (objects, arrays, strings, numbers, literals) is
+// Test data and damaged texts for the BIF tests. A minimal JSON reader is
 // enough for the reference files, which are plain machine-written JSON.
 #include "bif_test_util.h"
 
 #include "formats/bif_parser.h"
 #include "formats/bif_resolve.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -13,8 +15,9 @@
 namespace bif_test {
 namespace {
 
+// Objects keep their members in order; strings only need the escapes of
+// plain ASCII text.
 struct Json {
-    enum Kind { Null, Number, String, Array, Object } kind = Null;
     double number = 0.0;
     std::string text;
     std::vector<Json> items;
@@ -32,119 +35,65 @@ struct Json {
 
 class JsonReader {
 public:
-    explicit JsonReader(const std::string& text) : text(text) {}
+    explicit JsonReader(const std::string& text) : at(text.c_str()) {}
 
-    bool Read(Json& out)
+    Json Value()
     {
-        bool ok = Value(out);
+        Json value;
         Skip();
-        return ok && pos == text.size();
+        if (Take('{')) {
+            while (!Take('}')) {
+                Skip();
+                std::string key = String();
+                Take(':');
+                value.members.emplace_back(key, Value());
+                Take(',');
+            }
+        } else if (Take('[')) {
+            while (!Take(']')) {
+                value.items.push_back(Value());
+                Take(',');
+            }
+        } else if (*at == '"') {
+            value.text = String();
+        } else {
+            char* stop = nullptr;
+            value.number = std::strtod(at, &stop);
+            if (stop != at)
+                at = stop;
+            else if (*at != '\0')
+                at += std::max<size_t>(1, std::strspn(at, "nultrefas"));  // null, true, false
+        }
+        return value;
     }
 
 private:
-    void Skip()
-    {
-        while (pos < text.size() && (text[pos] == ' ' || text[pos] == '\n' || text[pos] == '\r' || text[pos] == '\t'))
-            ++pos;
-    }
+    void Skip() { at += std::strspn(at, " \t\r\n"); }
 
     bool Take(char c)
     {
         Skip();
-        if (pos < text.size() && text[pos] == c) {
-            ++pos;
-            return true;
-        }
-        return false;
+        if (*at != c)
+            return *at == '\0';  // the end closes everything, so bad input cannot loop
+        ++at;
+        return true;
     }
 
-    bool Value(Json& out)
+    std::string String()
     {
-        Skip();
-        if (pos >= text.size())
-            return false;
-        char c = text[pos];
-        if (c == '{')
-            return ObjectValue(out);
-        if (c == '[')
-            return ArrayValue(out);
-        if (c == '"') {
-            out.kind = Json::String;
-            return StringValue(out.text);
-        }
-        return Scalar(out);
+        std::string text;
+        for (++at; *at && *at != '"'; ++at)
+            text += (*at == '\\' && at[1]) ? *++at : *at;
+        at += (*at == '"');
+        return text;
     }
 
-    bool ObjectValue(Json& out)
-    {
-        out.kind = Json::Object;
-        ++pos;
-        if (Take('}'))
-            return true;
-        do {
-            std::pair<std::string, Json> member;
-            Skip();
-            if (!StringValue(member.first) || !Take(':') || !Value(member.second))
-                return false;
-            out.members.push_back(std::move(member));
-        } while (Take(','));
-        return Take('}');
-    }
-
-    bool ArrayValue(Json& out)
-    {
-        out.kind = Json::Array;
-        ++pos;
-        if (Take(']'))
-            return true;
-        do {
-            out.items.emplace_back();
-            if (!Value(out.items.back()))
-                return false;
-        } while (Take(','));
-        return Take(']');
-    }
-
-    bool StringValue(std::string& out)
-    {
-        if (pos >= text.size() || text[pos] != '"')
-            return false;
-        for (++pos; pos < text.size() && text[pos] != '"'; ++pos) {
-            if (text[pos] == '\\' && ++pos < text.size() && text[pos] == 'u') {
-                out += '?';
-                pos += 4;
-                continue;
-            }
-            out += text[pos];
-        }
-        return pos++ < text.size();
-    }
-
-    bool Scalar(Json& out)
-    {
-        for (const char* literal : {"null", "true", "false"})
-            if (text.compare(pos, std::string(literal).size(), literal) == 0) {
-                pos += std::string(literal).size();
-                return true;
-            }
-        const char* start = text.c_str() + pos;
-        char* stop = nullptr;
-        out.kind = Json::Number;
-        out.number = std::strtod(start, &stop);
-        pos += static_cast<size_t>(stop - start);
-        return stop != start;
-    }
-
-    const std::string& text;
-    size_t pos = 0;
+    const char* at;
 };
 
 Json ParseJson(const std::string& text)
 {
-    Json value;
-    if (!JsonReader(text).Read(value))
-        return Json();
-    return value;
+    return JsonReader(text).Value();
 }
 
 }  // namespace
@@ -196,23 +145,6 @@ std::vector<ReferenceCase> LoadReferenceCases(const std::string& network)
     return result;
 }
 
-orvil_test::BruteModel BruteModelOf(const BifModel& model, const std::map<std::string, std::string>& evidence)
-{
-    orvil_test::BruteModel brute;
-    for (const BifNode& node : model.nodes) {
-        orvil_test::BruteVariable variable;
-        variable.states = static_cast<int>(node.states.size());
-        variable.parents = node.parents;
-        variable.table = node.table;
-        auto observed = evidence.find(node.name);
-        for (size_t s = 0; observed != evidence.end() && s < node.states.size(); ++s)
-            if (node.states[s] == observed->second)
-                variable.evidence = static_cast<int>(s);
-        brute.vars.push_back(std::move(variable));
-    }
-    return brute;
-}
-
 }  // namespace bif_test
 
 namespace bif_test {
@@ -253,10 +185,12 @@ std::vector<DamagedText> DamagedTexts()
         {"continuous variable", "variable c {\n  type continuous;\n}\n", -129, 2},
         {"unknown variable", head + "probability ( c | a ) {\n  (yes) 0.2, 0.8;\n}\n", -129, 12},
         {"unknown parent", head + "probability ( b | c ) {\n  (yes) 0.2, 0.3, 0.5;\n}\n", -129, 12},
-        {"unknown state", head + "probability ( b | a ) {\n  (yes) 0.2, 0.3, 0.5;\n  (maybe) 0.1, 0.1, 0.8;\n}\n", -129, 14},
+        {"unknown state", head + "probability ( b | a ) {\n  (yes) 0.2, 0.3, 0.5;\n  (maybe) 0.1, 0.1, 0.8;\n}\n", -129, 14,
+         "'maybe' is no state of 'a'"},
         {"too few values", head + "probability ( b | a ) {\n  (yes) 0.2, 0.3, 0.5;\n  (no) 0.1, 0.9;\n}\n", -129, 14},
         {"too many table values", head + "probability ( b | a ) {\n  table 0.2, 0.3, 0.5, 0.1, 0.1, 0.8, 0.0;\n}\n", -129, 13},
-        {"missing configuration", head + "probability ( b | a ) {\n  (yes) 0.2, 0.3, 0.5;\n}\n", -129, 12},
+        {"missing configuration", head + "probability ( b | a ) {\n  (yes) 0.2, 0.3, 0.5;\n}\n", -129, 12,
+         "1 of 2 parent configurations, the first being (no)"},
         {"repeated configuration", head + "probability ( b | a ) {\n  (yes) 0.2, 0.3, 0.5;\n  (yes) 0.1, 0.1, 0.8;\n}\n", -129, 14},
         {"duplicate variable", head + "variable a {\n  type discrete [ 2 ] { x, y };\n}\n" + b, -32, 12},
         {"duplicate state", "variable a {\n  type discrete [ 2 ] { x, x };\n}\n", -32, 2},
@@ -272,7 +206,7 @@ std::vector<DamagedText> DamagedTexts()
                   "variable c {\n  type discrete [ 2 ] { x, y };\n}\n"
                   "probability ( a | c ) {\n  default 0.5, 0.5;\n}\n"
                   "probability ( b | a ) {\n  default 0.5, 0.5;\n}\n"
-                  "probability ( c | b ) {\n  default 0.5, 0.5;\n}\n", -11, 10},
+                  "probability ( c | b ) {\n  default 0.5, 0.5;\n}\n", -11, 10, "'a' -> 'b' -> 'c' -> 'a'"},
     };
 }
 

@@ -1,10 +1,8 @@
 // Helpers shared by the BIF tests: test data, the reference posteriors that
-// come with some of the networks, and the bridge from a parsed BIF model to
-// the enumeration oracle.
+// come with some of the networks, and a corpus of damaged texts.
 #ifndef ORVIL_TESTS_FORMATS_BIF_TEST_UTIL_H
 #define ORVIL_TESTS_FORMATS_BIF_TEST_UTIL_H
 
-#include "brute_force.h"
 #include "formats/bif_document.h"
 #include "formats/bif_model.h"
 
@@ -31,15 +29,14 @@ struct ReferenceCase {
 };
 std::vector<ReferenceCase> LoadReferenceCases(const std::string& network);
 
-// The enumeration model of `model` with the case's evidence set by name.
-orvil_test::BruteModel BruteModelOf(const BifModel& model, const std::map<std::string, std::string>& evidence);
-
-// A damaged BIF text with the status and line its reading must report.
+// A damaged BIF text with the status and line its reading must report, and
+// a part of the message where the message has to say more than the line.
 struct DamagedText {
     const char* what;
     std::string text;
     int code;
     int line;
+    const char* saying = "";
 };
 std::vector<DamagedText> DamagedTexts();
 
