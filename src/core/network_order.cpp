@@ -168,11 +168,16 @@ bool QEL_network::CycleBelow(int start) {
 
 bool QEL_network::RemainsAcyclic(int parent, int child) {
     if (parent == child || !Ok(parent) || !Ok(child)) return false;
-    nodes[parent].children.Add(child);
-    nodes[child].parents.Add(parent);
+    QEL_intArray& children = nodes[parent].children;
+    QEL_intArray& parents = nodes[child].parents;
+    children.Add(child);
+    parents.Add(parent);
     int acyclic = IsAcyclic();
-    nodes[parent].children.DeleteByContent(child);
-    nodes[child].parents.DeleteByContent(parent);
+    // The trial arc is the last item of both lists. Dropping that item,
+    // rather than the first equal one, keeps the lists' order intact when
+    // the arc already existed.
+    children.Delete(children.NumItems() - 1);
+    parents.Delete(parents.NumItems() - 1);
     return acyclic == 1;
 }
 

@@ -99,7 +99,7 @@ static void DeletionTakesArcs(void)
     CHECK(FindNode(net, "B") == -2);
     CHECK(intArray_NumItems(GetParents(net, c)) == 1);
     CHECK(intArray_Items(GetParents(net, c))[0] == a);
-    CHECK(AddArc(net, c, a) == -11);    /* a -> c still stands */
+    CHECK(AddArc(net, c, a) == -2);     /* a -> c still stands */
     GetAllNodes(net, all);
     CHECK(intArray_NumItems(all) == 2 && !Contains(all, b));
     delete_intArray(all);
