@@ -52,6 +52,8 @@ public:
     // The item at size - 1 and at numitems - 1; the caller ensures they exist.
     int& Last() { return items[size - 1]; }
     int& List_Last() { return items[numitems - 1]; }
+    int Last() const { return items[size - 1]; }
+    int List_Last() const { return items[numitems - 1]; }
 
     // Appends `value` to the list, doubling the capacity when it is full.
     // Returns 0.
