@@ -83,10 +83,11 @@ void UpdateBeliefs(void* net);
 /* Removes all evidence: observed outcomes, outcomes deduced from them,
  * likelihood vectors. Every belief becomes invalid. Returns 0. */
 int ClearAllEvidence(void* net);
-/* The probability of the network's observed outcomes, given its likelihood
- * vectors; 1.0 without observations. 0.0 when it cannot be computed (the
- * evidence is impossible, or no engine runs). The observations stand as
- * before afterwards. */
+/* The probability of the network's observed outcomes (likelihood vectors
+ * do not enter it); 1.0 without observations. 0.0 when it cannot be
+ * computed (the evidence is impossible, or no engine runs), and for a
+ * network without nodes. The observations stand as before afterwards, and
+ * beliefs must be updated again. */
 double CalcProbEvidence(void* net);
 /* Samples drawn by every stochastic engine (10000 at first). The setter
  * stores any number unchecked and returns 0. */

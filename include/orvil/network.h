@@ -431,7 +431,7 @@ public:
     int RelevanceDefinitionChanged(int handle, int kind);
 
     // -- Probability of evidence --
-    // P(real evidence), given the virtual evidence, into `result`: by the
+    // P(real evidence), likelihood vectors left out, into `result`: by the
     // join tree when it is available and `forceChainRule` is false, else by
     // the chain rule, which enters the real evidence again node by node (it
     // stands as before afterwards; propagated evidence is rebuilt from it).
@@ -499,6 +499,8 @@ private:
     void RemoveTemporaryNodes(const QEL_intArray& created);
     // Clears the walk's marks and marks the ancestors of real evidence.
     void MarkEvidenceAncestors();
+    // The deduced (propagated) outcome of every slot, -1 where none.
+    std::vector<int> DeducedOutcomes() const;
     void WalkChildren(int handle, int& decisionTouched);
     void WalkParents(int handle, int& decisionTouched);
     // Coordinates of the node's table: each parent's evidence or -1, and

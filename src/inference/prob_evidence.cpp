@@ -1,4 +1,5 @@
-// The probability of the evidence, P(e).
+// The probability of the evidence, P(e): of the observed outcomes alone;
+// likelihood vectors do not enter it.
 //
 // The join tree gives it in one pass where that engine is built in. The
 // fallback is the chain rule: with the real evidence taken away, it is
@@ -55,10 +56,17 @@ bool QEL_network::CalcProbEvidence_ChainRule(double& result) {
     flags &= ~QEL_RELEVANCE_ACTIVE;
     const int savedEvents = relevanceEvents;
     std::vector<std::pair<int, int>> observed;
+    QEL_intArray likelihoods;
     const QEL_intArray& order = PartialOrdering();
     for (int i = 0; i < order.NumItems(); i++) {
         QEL_nodeValue* value = nodes[order[i]].node->Value();
         if (value == nullptr) continue;
+        // Likelihood vectors stay stored but out of the updates, as they are
+        // out of the join tree's computation: P(e) is of observations alone.
+        if (value->IsVirtualEvidence()) {
+            likelihoods.Add(order[i]);
+            value->ClearFlagBits(QEL_VALUE_VIRTUAL_EVIDENCE);
+        }
         if (value->IsRealEvidence()) observed.emplace_back(order[i], value->GetEvidence());
         // Propagated evidence is not recorded: it follows again from the real
         // evidence as that is entered.
@@ -101,7 +109,11 @@ bool QEL_network::CalcProbEvidence_ChainRule(double& result) {
         QEL_nodeValue* value = nodes[observed[next].first].node->Value();
         if (!value->HasEvidence()) value->SetEvidence(observed[next].second);
     }
+    for (int i = 0; i < likelihoods.NumItems(); i++) {
+        nodes[likelihoods[i]].node->Value()->SetFlagBits(QEL_VALUE_VIRTUAL_EVIDENCE);
+    }
     ClearAllTargets();
     relevanceEvents = savedEvents;
+    InvalidateAllBeliefs();
     return result != kFailed;
 }

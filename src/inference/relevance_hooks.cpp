@@ -10,6 +10,9 @@
 //
 // The walk's marks are scratch bits of the node table's flag words; each
 // walk clears them over the whole table before it starts.
+#include <cstddef>
+#include <vector>
+
 #include "orvil/errors.h"
 #include "orvil/network.h"
 #include "orvil/node.h"
@@ -52,6 +55,12 @@ void QEL_network::MarkEvidenceAncestors() {
         // user observed opens colliders above it.
         if ((valueFlags & QEL_VALUE_EVIDENCE) != 0 &&
             (valueFlags & QEL_VALUE_PROPAGATED_EVIDENCE) == 0) {
+            MarkAncestors(h);
+        }
+        // A likelihood vector is an observed child that exists only during
+        // updates: the node itself lies above evidence.
+        if ((valueFlags & QEL_VALUE_VIRTUAL_EVIDENCE) != 0) {
+            nodes[h].flags |= kEvidenceAncestor;
             MarkAncestors(h);
         }
     }
@@ -115,6 +124,7 @@ void QEL_network::InvalidateControl(int handle, int direction, int& decisionTouc
 int QEL_network::NodeChanged(int handle) {
     if ((flags & QEL_RELEVANCE_ACTIVE) == 0) return QEL_OKAY;
     if (!Ok(handle)) return QEL_OUT_OF_RANGE;
+    const std::vector<int> deducedBefore = DeducedOutcomes();
     ClearAllPropagatedEvidence();
     CleanFlag(kVisited);
     if ((flags & QEL_FUNCTIONAL_DETERMINATION) != 0) {
@@ -122,6 +132,7 @@ int QEL_network::NodeChanged(int handle) {
         GetAllEvidenceNodes(observed);
         for (int i = 0; i < observed.NumItems(); i++) FunctionDetermine(observed[i]);
     }
+    const std::vector<int> deducedAfter = DeducedOutcomes();
     MarkEvidenceAncestors();
     int decisionTouched = 0;
     nodes[handle].flags |= kVisited;
@@ -137,8 +148,28 @@ int QEL_network::NodeChanged(int handle) {
     if ((type & qel_decisionFlag) == 0 && (observed || (nodes[handle].flags & opensUpward) != 0)) {
         WalkParents(handle, decisionTouched);
     }
+    // A node whose deduced outcome appeared, went or changed is a change of
+    // its own: now known, it would block the walk from `handle` exactly where
+    // the news has to pass.
+    for (std::size_t h = 0; h < deducedAfter.size(); h++) {
+        if (deducedAfter[h] == deducedBefore[h]) continue;
+        nodes[h].flags |= kVisited;
+        WalkChildren(static_cast<int>(h), decisionTouched);
+        if ((DefinitionType(static_cast<int>(h)) & qel_decisionFlag) == 0) {
+            WalkParents(static_cast<int>(h), decisionTouched);
+        }
+    }
     if (decisionTouched != 0) InvalidateDecisions();
     return QEL_OKAY;
+}
+
+std::vector<int> QEL_network::DeducedOutcomes() const {
+    std::vector<int> outcomes(static_cast<std::size_t>(maxNodes), -1);
+    for (int h = GetFirstNode(); h >= 0; h = GetNextNode(h)) {
+        const QEL_nodeValue* value = nodes[h].node->Value();
+        if (value != nullptr && value->IsPropagatedEvidence()) outcomes[h] = value->GetEvidence();
+    }
+    return outcomes;
 }
 
 int QEL_network::RelevanceEvidenceSet(int handle) {
@@ -217,10 +248,19 @@ int QEL_network::RelevanceArcAdded(int, int to) {
     return UpdateIfImmediate();
 }
 
-int QEL_network::RelevanceArcRemoved(int, int to) {
+int QEL_network::RelevanceArcRemoved(int from, int to) {
     if (!RelevanceOn(QEL_EVENT_ARC_REMOVED)) return QEL_OKAY;
-    const int rc = NodeChanged(to);
+    int rc = NodeChanged(to);
     if (rc != QEL_OKAY) return rc;
+    // The arc also carried what was known below `to` up into `from`. Losing
+    // that is like losing an observation at `from`: the walk starts there in
+    // both directions.
+    if (Ok(from)) {
+        nodes[from].flags |= kEvidenceJustCleared;
+        rc = NodeChanged(from);
+        nodes[from].flags &= ~kEvidenceJustCleared;
+        if (rc != QEL_OKAY) return rc;
+    }
     return UpdateIfImmediate();
 }
 

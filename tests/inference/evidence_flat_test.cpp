@@ -196,19 +196,23 @@ TEST(EvidenceFlat, EvidenceForcingAConflictElsewhereIsRefusedAndLogged) {
     errorH_Flush();
     EXPECT_EQ(nodeValue_SetEvidence(n.Val(x), 0), -26);
     EXPECT_TRUE(LogHolds("ERROR: conficting evidence between nodes [X] and [C]"));
-    EXPECT_EQ(nodeValue_GetEvidence(n.Val(x)), -2);
     EXPECT_EQ(nodeValue_GetEvidence(n.Val(c)), 1);
     EXPECT_EQ(nodeValue_IsRealEvidence(n.Val(c)), 1);
+    // Taking X = 0 back re-derives everything from the observations, and
+    // C = 1 with Z = 0 does pin X = 1.
+    EXPECT_EQ(nodeValue_GetEvidence(n.Val(x)), 1);
+    EXPECT_EQ(nodeValue_IsRealEvidence(n.Val(x)), 0);
     EXPECT_EQ(nodeValue_SetEvidence(n.Val(x), 1), 0);
+    EXPECT_EQ(nodeValue_IsRealEvidence(n.Val(x)), 1);
 }
 
 TEST(EvidenceFlat, AnOutcomeTheTableRulesOutIsRefusedAndTakenBack) {
     FlatNet n;
     const int a = n.Add("A", 2);
-    const int b = n.Add("B", 3);
+    const int b = n.Add("B", 4);
     ASSERT_EQ(AddArc(n.net, a, b), 0);
-    // B = 2 is impossible when A = 0; B = 0 is impossible whatever A is.
-    n.SetTable(b, {0.0, 0.5, 0.5, 0.0, 0.7, 0.3});
+    // B = 0 is impossible whatever A is; B = 3 is impossible when A = 0.
+    n.SetTable(b, {0.0, 0.4, 0.6, 0.0, 0.0, 0.7, 0.0, 0.3});
 
     errorH_Flush();
     EXPECT_EQ(nodeValue_SetEvidence(n.Val(b), 0), -2);
@@ -216,16 +220,20 @@ TEST(EvidenceFlat, AnOutcomeTheTableRulesOutIsRefusedAndTakenBack) {
     EXPECT_EQ(nodeValue_GetEvidence(n.Val(b)), -2);
     EXPECT_EQ(nodeValue_IsRealEvidence(n.Val(b)), 0);
 
-    // With A unobserved B = 2 is possible; with A = 0 it is not.
-    ASSERT_EQ(nodeValue_SetEvidence(n.Val(b), 2), 0);
+    // With A unobserved B = 3 is possible, and it pins A = 1.
+    ASSERT_EQ(nodeValue_SetEvidence(n.Val(b), 3), 0);
+    EXPECT_EQ(nodeValue_GetEvidence(n.Val(a)), 1);
     ASSERT_EQ(nodeValue_ClearEvidence(n.Val(b)), 0);
+    EXPECT_EQ(nodeValue_GetEvidence(n.Val(a)), -2);
+
     ASSERT_EQ(nodeValue_SetEvidence(n.Val(a), 0), 0);
     errorH_Flush();
-    EXPECT_EQ(nodeValue_SetEvidence(n.Val(b), 2), -2);
-    EXPECT_TRUE(LogHolds("Outcome [State2] of node [B] is impossible"));
+    EXPECT_EQ(nodeValue_SetEvidence(n.Val(b), 3), -2);
+    EXPECT_TRUE(LogHolds("Outcome [State3] of node [B] is impossible"));
     EXPECT_EQ(nodeValue_GetEvidence(n.Val(b)), -2);
+    EXPECT_EQ(nodeValue_IsRealEvidence(n.Val(b)), 0);
     EXPECT_EQ(nodeValue_GetEvidence(n.Val(a)), 0);
-    EXPECT_EQ(nodeValue_SetEvidence(n.Val(b), 1), 0);
+    EXPECT_EQ(nodeValue_SetEvidence(n.Val(b), 2), 0);
 }
 
 }  // namespace
