@@ -138,6 +138,17 @@ int QEL_Dmatrix::RemoveDimension(int dim, const QEL_doubleArray& weights, QEL_Dm
     const double* w = weights.Items();
     const double* src = theData.Items();
     double* dst = fresh.Items();
+    if (inner == 1) {
+        // The last dimension: each result is a dot product of one column
+        // with the weights, kept in a register in the same order.
+        for (int o = 0; o < outer; o++, src += size) {
+            double sum = 0.0;
+            for (int i = 0; i < size; i++) sum += src[i] * w[i];
+            dst[o] = sum;
+        }
+        out.Adopt(sizes, fresh);
+        return 0;
+    }
     for (int o = 0; o < outer; o++, dst += inner) {
         for (int i = 0; i < size; i++, src += inner) {
             const double wi = w[i];
