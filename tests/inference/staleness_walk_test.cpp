@@ -15,9 +15,8 @@
 #include <vector>
 
 #include "brute_force.h"
-#include "orvil/cpt.h"
+#include "random_network.h"
 #include "orvil/dmatrix.h"
-#include "orvil/doublearray.h"
 #include "orvil/network.h"
 #include "orvil/node.h"
 #include "orvil/nodedefinition.h"
@@ -27,43 +26,6 @@ namespace {
 
 using orvil_test::BruteForceNetwork;
 using orvil_test::BruteNetworkResult;
-
-// A random network of `count` nodes with two or three outcomes, at most
-// three parents each; about a fifth are truth tables, and one CPT column in
-// ten is deterministic, so that evidence gets chased through tables.
-void BuildRandomNetwork(std::mt19937& rng, QEL_network& net, int count) {
-    std::uniform_real_distribution<double> unit(0.0, 1.0);
-    std::vector<int> handles;
-    for (int i = 0; i < count; i++) {
-        char id[16];
-        std::snprintf(id, sizeof id, "N%d", i);
-        const int type = unit(rng) < 0.2 ? qel_truthTableType : qel_cptType;
-        const int h = net.AddNode(type, id);
-        ASSERT_GE(h, 0);
-        net.GetNode(h)->Definition()->SetNumberOfOutcomes(unit(rng) < 0.6 ? 2 : 3);
-        for (int j = 0; j < i && net.NumParents(h) < 3; j++) {
-            if (unit(rng) < 0.35) net.AddArc(handles[j], h);
-        }
-        handles.push_back(h);
-    }
-    for (int h : handles) {
-        QEL_nodeDefinition* def = net.GetNode(h)->Definition();
-        QEL_Dmatrix* table = def->GetMatrix();
-        const int states = def->GetNumberOfOutcomes();
-        const bool deterministic = def->GetType() == qel_truthTableType;
-        for (int column = 0; column < table->GetSize() / states; column++) {
-            double* cells = &(*table)[column * states];
-            if (deterministic || unit(rng) < 0.1) {
-                const int chosen = static_cast<int>(unit(rng) * states) % states;
-                for (int s = 0; s < states; s++) cells[s] = s == chosen ? 1.0 : 0.0;
-                continue;
-            }
-            double sum = 0.0;
-            for (int s = 0; s < states; s++) sum += (cells[s] = 0.05 + unit(rng));
-            for (int s = 0; s < states; s++) cells[s] /= sum;
-        }
-    }
-}
 
 // Plays the engine: every value gets the oracle's posterior and its valid
 // bit. False when the evidence is impossible.
@@ -146,15 +108,9 @@ int RandomChange(std::mt19937& rng, QEL_network& net, std::string& what) {
                       value->SetVirtualEvidence(likelihood));
         what = text;
         return -1;
-    } else if (kind < 0.8 && def->GetType() == qel_cptType) {
-        QEL_doubleArray cells(def->GetSize());
-        for (int i = 0; i < cells.GetSize(); i += states) {
-            double sum = 0.0;
-            for (int s = 0; s < states; s++) sum += (cells[i + s] = 0.05 + unit(rng));
-            for (int s = 0; s < states; s++) cells[i + s] /= sum;
-        }
-        std::snprintf(text, sizeof text, "SetProbabilities(%d) -> %d", h,
-                      static_cast<QEL_cpt*>(def)->SetProbabilities(cells));
+    } else if (kind < 0.8) {
+        std::snprintf(text, sizeof text, "FillRandomTable(%d) -> %d", h,
+                      orvil_test::FillRandomTable(net, h, rng, 0.1));
     } else if (net.NumParents(h) > 0 && unit(rng) < 0.5) {
         const int parent = net.GetParents(h)[0];
         std::snprintf(text, sizeof text, "RemoveArc(%d, %d) -> %d", parent, h,
@@ -175,7 +131,12 @@ TEST(StalenessWalk, NoChangedBeliefStaysValidOnRandomNetworks) {
     int keptValid = 0;
     for (int network = 0; network < 400; network++) {
         QEL_network net;
-        BuildRandomNetwork(rng, net, 4 + network % 6);
+        orvil_test::RandomNetworkOptions options;
+        options.nodes = 4 + network % 6;
+        options.maxOutcomes = 3;
+        options.zeroShare = 0.1;
+        options.deterministicShare = 0.2;
+        ASSERT_FALSE(orvil_test::BuildRandomNetwork(net, 1000 + network, options).empty());
         BruteNetworkResult before;
         if (!WriteOraclePosteriors(net, before)) continue;
         for (int step = 0; step < 8; step++) {
