@@ -8,16 +8,24 @@
 // holds it. Evidence is compiled into the structure (observed nodes have one
 // state and leave the potentials), so nothing of the tree outlives the update.
 //
+// Clique potentials are never stored: each pass rebuilds a clique's potential
+// chunk by chunk from its tables and the messages it holds, in the same order
+// of multiplications as a stored potential would have seen, and keeps only
+// what it sums out of it. Only separator-sized messages stay in memory.
+//
 // A failed triangulation writes nothing to the values: the caller decides
 // whether to split the work into smaller passes.
 #ifndef ORVIL_JOINTREE_H
 #define ORVIL_JOINTREE_H
+
+#include <vector>
 
 #include "orvil/fastarray.h"
 #include "orvil/tsclique.h"
 #include "orvil/tsmatrix.h"
 
 class TsAdapter;
+class TsPass;
 
 class TsJoinTree {
 public:
@@ -41,15 +49,20 @@ public:
     // time and no budget. -1.0 when the triangulation fails.
     double CalcNormFactor();
 
-    // The steps of an update, in order.
+    // The steps of an update, in order. InitPotentials lays out the
+    // potentials and messages, chooses the clique each belief is read from
+    // and, when the network keeps clique tables, asks for them; Collect sends
+    // each clique's message to its parent; Distribute brings the parent's
+    // knowledge down and takes the marginals that CalcBeliefs writes and the
+    // tables that ExportPotentials normalises.
     bool Triangulate(unsigned sizeLimit);
     void FindHosts();
     void InitPotentials();
     void Collect();
     void Distribute();
     void CalcBeliefs(bool* pending);
-    // Hands each clique's normalised joint table to the network's store, over
-    // the clique's unobserved nodes.
+    // Normalises the clique tables handed to the network's store: each is
+    // the joint of its clique's unobserved nodes.
     void ExportPotentials();
     void CleanUp();
 
@@ -60,18 +73,39 @@ public:
     TsClique* GetRoot() const { return root; }
 
 private:
-    // Gives a clique whose potential received nothing all ones, so that
-    // reading it is well defined.
-    static void SettlePotential(TsClique& clique);
-    // Computes and writes the belief of node `node` from `clique`.
-    void WriteBelief(TsClique& clique, int node);
+    // A node whose belief is read from a clique, and where its marginal goes.
+    struct BeliefSlot {
+        int node;
+        int offset;  // into `marginals`
+    };
+
+    // Lays out potentials and messages with the observed nodes left out.
+    void LayOut();
+    // Chooses, for every node with a handle, the smallest clique that holds
+    // it, in the order CalcBeliefs writes them.
+    void PlanBeliefs();
+    // Asks the store for a table per clique, smallest clique first.
+    void PlanExport();
+    // Cliques in an order that puts every child before its parent.
+    void BottomUp(std::vector<TsClique*>& order) const;
+    // Adds to the pass what builds `clique`'s potential as the way up leaves
+    // it: its tables, then its children's messages.
+    void AddPotential(TsClique& clique);
+    // Sends `clique`'s message to its parent. A clique with no separator
+    // instead multiplies its potential's total into `apart`, when given.
+    void CollectClique(TsClique& clique, double* apart);
+    // The way down through `clique` and then its subtree.
+    void DistributeClique(TsClique& clique);
+    // Writes the belief of one planned node, or reports a zero potential.
+    void WriteBelief(const BeliefSlot& slot);
 
     TsAdapter& adapter;
     TsClique::Pool* pool;
     TsClique* root;
     fastarray<TsClique*, 32, int> cliques;
-    TsMatrix scratch;    // the previous separator message during distribute
-    TsMatrix marginal;   // one node's marginal while beliefs are read
+    TsPass* pass;
+    std::vector<BeliefSlot> plan;
+    std::vector<double> marginals;
 };
 
 #endif

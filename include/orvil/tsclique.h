@@ -1,14 +1,19 @@
-// TsClique: one cluster of the join tree, with its potential, the message it
-// last exchanged with its parent, and the two precomputed walks between its
-// potential and the separator.
+// TsClique: one cluster of the join tree, with the tables it hosts and the
+// messages it exchanges with its parent.
 //
 // Cliques come from one TsClique::Pool block, together with two membership
 // arrays of n bools each (node in the clique, node in the separator) that make
 // subset tests constant time while the tree is built. The membership block is
 // released as soon as the tables have found their hosts. Node lists are kept
-// ascending so that a clique and its separator walk in one order. Nodes with
-// evidence stay in the graph but leave the node lists when potentials are
-// made: an observed table is read at its observed slice and costs nothing.
+// ascending, so a clique's potential and any matrix over a subset of its nodes
+// run their dimensions in one order. Nodes with evidence stay in the graph but
+// leave the node lists when the potentials are laid out: an observed table is
+// read at its observed slice and costs nothing.
+//
+// A clique keeps no potential of its own: the join tree builds it chunk by
+// chunk whenever a pass needs it (see jointree.h), from the hosted tables and
+// the messages below. What a clique stores is separator-sized: the message it
+// sent up, and the marginal that came back down.
 #ifndef ORVIL_TSCLIQUE_H
 #define ORVIL_TSCLIQUE_H
 
@@ -18,6 +23,7 @@
 #include "orvil/tsmatrix.h"
 
 class TsAdapter;
+class QEL_Dmatrix;
 
 class TsClique {
 public:
@@ -77,38 +83,28 @@ public:
     // Forgets the membership arrays once the pool has released them.
     void DropMembership();
 
+    // Drops observed nodes from `nodes` and records the state counts of the
+    // others in `dims`: the shape of the potential.
+    void InitDims(TsAdapter& adapter);
     // Drops observed nodes from `separator` and sizes `sepMessage` (only with
     // a parent).
     void InitSepMessage(TsAdapter& adapter);
-    // Drops observed nodes from `nodes`, sizes the potential and multiplies
-    // the hosted tables into it.
-    void InitPotential(TsAdapter& adapter);
-    // Builds the walks to the separator from this clique and from the parent.
-    void InitMapping();
-    // Builds the walk of node `node`'s table over this clique's potential and
-    // returns the first table cell the walk reads.
-    const double* InitOdometer(TsAdapter& adapter, int node, TsOdometer* odometer) const;
+    // True when messages cross the edge to the parent: there is a parent and
+    // an unobserved node in the separator.
+    bool HasSeparator() const { return parent != nullptr && separator.count > 0; }
 
-    // The subtree's evidence flows up: children first, then into the parent.
-    void Collect();
-    // Marginalises the potential into `sepMessage` and multiplies that into
-    // the parent's potential.
-    void UpdateParentPotential();
-    // The parent's knowledge flows down into the subtree. `scratch` holds the
-    // previous message while the new one is made.
-    void Distribute(TsMatrix& scratch);
-    // Replaces this clique's share of the parent's potential by the ratio of
-    // the new separator marginal to the old one.
-    void UpdateFromParentPotential(TsMatrix& scratch);
-    // The collect pass that computes the probability of evidence with only a
-    // path of potentials alive: each child is made, absorbed and freed at
-    // once. Returns the product of the totals of subtrees that share no
-    // unobserved node with this clique, which no message can carry.
-    double CollectForPE(TsAdapter& adapter);
-    // Frees the potential, the message and the child list.
+    // Strides over this clique's potential, one per entry of `nodes`: moving
+    // one step along that node moves the other matrix by strides[i] cells.
+    // For node `node`'s table; returns the table cell at the potential's first
+    // cell, observed family members being read at their observed slice.
+    const double* TableStrides(TsAdapter& adapter, int node, int64_t* strides) const;
+    // For a matrix over `list` (ascending, a subset of `nodes`) whose
+    // dimensions are `sizes`, first fastest.
+    void SubsetStrides(const TsMatrix::Coords& list, const TsMatrix::Coords& sizes,
+                       int64_t* strides) const;
+
+    // Frees the messages and the child list.
     void FreeMatrices();
-    // True when the potential holds cells (made, or absorbed a message).
-    bool IsPotentialSet() const { return potentialSet; }
 
     bool* nodeMember;
     bool* separatorMember;
@@ -121,14 +117,19 @@ public:
     fastarray<TsClique*, 8, int> children;
     int hostedCount;
     int hosted[TsMatrix::maxDims + 1];
-    TsMatrix potential;
+    // State counts of `nodes` once observed nodes have left it.
+    TsMatrix::Coords dims;
+    // The message sent to the parent on the way up; on the way down it
+    // becomes the ratio of the new separator marginal to itself.
     TsMatrix sepMessage;
-    TsMatrix::Mapping toSeparator;
-    TsMatrix::Mapping parentToSeparator;
-    bool potentialSet;
-
-private:
-    bool made;  // InitPotential has run since the last FreeMatrices
+    // The parent's new separator marginal, from the way down.
+    TsMatrix incoming;
+    // This clique's share of the join tree's belief plan.
+    int beliefFirst;
+    int beliefCount;
+    // Where the clique's final potential goes for the joint-probability
+    // store, or null.
+    QEL_Dmatrix* exportTable;
 };
 
 #endif

@@ -1,11 +1,9 @@
 // Cliques of the join tree: the pool they come from, membership while the tree
-// is built, and the message passing between a clique and its parent.
+// is built, and the layout of tables and messages over a clique's potential.
 //
-// All passes are walks (tsodometer.cpp) over precomputed odometers: a table
-// multiplied into a clique, a clique summed onto a separator, a separator
-// multiplied back. A clique's potential only becomes defined when something is
-// put into it (a hosted table, or a message copied in); until then
-// `potentialSet` is false and the cells are not read.
+// Every combination of a clique's potential with a table or a message is a
+// walk whose odometer is built from one stride per clique dimension; the
+// strides say where each matrix sits relative to the potential.
 #include "orvil/tsclique.h"
 
 #include <algorithm>
@@ -67,8 +65,9 @@ TsClique::TsClique(const CreationParams& params)
       size(params.size),
       parent(nullptr),
       hostedCount(0),
-      potentialSet(false),
-      made(false) {}
+      beliefFirst(0),
+      beliefCount(0),
+      exportTable(nullptr) {}
 
 void TsClique::AddNode(int node) {
     nodes.Add(node);
@@ -135,155 +134,49 @@ void TsClique::InitSepMessage(TsAdapter& adapter) {
     sepMessage.Init(dims);
 }
 
-void TsClique::InitPotential(TsAdapter& adapter) {
-    TsMatrix::Coords dims;
-    DropObserved(adapter, nodes, dims);
-    potential.Init(dims);
-    made = true;
-    potentialSet = hostedCount > 0;
-    if (!potentialSet) return;
-    double* end = potential.data + potential.size;
-    TsOdometer odometer[TsMatrix::maxDims + 2];
-    const double* table = InitOdometer(adapter, hosted[0], odometer);
-    TsOdoCopy(potential.data, end, table, odometer);
-    for (int h = 1; h < hostedCount; ++h) {
-        table = InitOdometer(adapter, hosted[h], odometer);
-        TsOdoMultiply(potential.data, end, table, odometer);
-    }
-}
+void TsClique::InitDims(TsAdapter& adapter) { DropObserved(adapter, nodes, dims); }
 
-const double* TsClique::InitOdometer(TsAdapter& adapter, int node, TsOdometer* odometer) const {
+const double* TsClique::TableStrides(TsAdapter& adapter, int node, int64_t* strides) const {
     fastarray<int, 24, int> family;
     adapter.GetParents(node, family);
     family.Add(node);
     const QEL_Dmatrix& table = *adapter.GetMatrix(node);
-    const int* strides = table.GetPreProduct().Items();
+    const int* tableStrides = table.GetPreProduct().Items();
     const double* first = table.GetItems().Items();
-
-    // Family members outside the coordinates hold evidence: the walk starts
-    // at their observed slice. A parent outside the piece stays at 0.
+    for (int i = 0; i < nodes.count; ++i) strides[i] = 0;
     for (int f = 0; f < family.Count(); ++f) {
         const int member = family[f];
-        if (member < 0 || nodes.Find(member) >= 0) continue;
+        // A parent outside the piece stays at coordinate 0.
+        if (member < 0) continue;
+        const int at = nodes.Find(member);
+        if (at >= 0) {
+            strides[at] = tableStrides[f];
+            continue;
+        }
+        // Not among the coordinates: the member is observed, and the walk
+        // reads the table at its observed slice.
         const int e = adapter.GetEvidence(member);
-        if (e > 0) first += std::ptrdiff_t(e) * strides[f];
+        if (e > 0) first += std::ptrdiff_t(e) * tableStrides[f];
     }
-
-    int count = 0;
-    int64_t rewind = 0;  // how far the coordinates passed so far moved the table side
-    for (int i = 0; i < nodes.count; ++i) {
-        const int states = potential.dims[i];
-        // A dimension of one state never moves, so it needs no entry.
-        if (states == 1) continue;
-        const int f = family.IndexOf(nodes[i]);
-        int64_t step = rewind;
-        if (f >= 0) {
-            step += strides[f];
-            rewind += int64_t(1 - states) * strides[f];
-        }
-        // Neighbouring entries with one step move alike and walk as one.
-        if (count > 0 && odometer[count - 1].step == step) {
-            TsOdometer& e = odometer[count - 1];
-            e.counter = (e.counter + 1) * states - 1;
-            e.reset = e.counter;
-        } else {
-            odometer[count++] = TsOdometer{states - 1, states - 1, int32_t(step), 0};
-        }
-    }
-    if (count == 0) odometer[count++] = TsOdometer{0, 0, 0, 0};
-    odometer[count] = TsOdometer{1, 1, 0, 0};
     return first;
 }
 
-void TsClique::InitMapping() {
-    toSeparator.count = 0;
-    parentToSeparator.count = 0;
-    if (parent == nullptr || separator.count == 0) return;
-    potential.CreateMapping(toSeparator, nodes, separator);
-    parent->potential.CreateMapping(parentToSeparator, parent->nodes, separator);
-}
-
-void TsClique::Collect() {
-    for (TsClique* child : children) {
-        child->Collect();
-        child->UpdateParentPotential();
-    }
-}
-
-void TsClique::UpdateParentPotential() {
-    if (toSeparator.count > 0) {
-        if (!potentialSet) {
-            potential.Fill(1.0);
-            potentialSet = true;
-        }
-        sepMessage.Fill(0.0);
-        TsOdoMarginalize(sepMessage.data, potential.data, potential.data + potential.size,
-                         toSeparator.entries);
-    }
-    if (parentToSeparator.count > 0) {
-        TsMatrix& target = parent->potential;
-        double* end = target.data + target.size;
-        if (parent->potentialSet) {
-            TsOdoMultiply(target.data, end, sepMessage.data, parentToSeparator.entries);
+void TsClique::SubsetStrides(const TsMatrix::Coords& list, const TsMatrix::Coords& sizes,
+                             int64_t* strides) const {
+    int64_t stride = 1;
+    int next = 0;
+    for (int i = 0; i < nodes.count; ++i) {
+        if (next < list.count && list[next] == nodes[i]) {
+            strides[i] = stride;
+            stride *= sizes[next++];
         } else {
-            TsOdoCopy(target.data, end, sepMessage.data, parentToSeparator.entries);
-            parent->potentialSet = true;
+            strides[i] = 0;
         }
     }
-}
-
-void TsClique::Distribute(TsMatrix& scratch) {
-    for (TsClique* child : children) {
-        child->UpdateFromParentPotential(scratch);
-        child->Distribute(scratch);
-    }
-}
-
-void TsClique::UpdateFromParentPotential(TsMatrix& scratch) {
-    TsMatrix& old = scratch;
-    sepMessage.Swap(old);
-    sepMessage.Init(old.dims);
-    if (parentToSeparator.count > 0) {
-        const TsMatrix& source = parent->potential;
-        sepMessage.Fill(0.0);
-        TsOdoMarginalize(sepMessage.data, source.data, source.data + source.size,
-                         parentToSeparator.entries);
-        // The separator is small next to the cliques around it, so the one
-        // division per separator cell here is not worth trading for a
-        // rounding step. 0/0 counts as 0.
-        for (int32_t i = 0; i < old.size; ++i) {
-            if (old.data[i] != 0.0) old.data[i] = sepMessage.data[i] / old.data[i];
-        }
-    }
-    if (toSeparator.count > 0) {
-        TsOdoMultiply(potential.data, potential.data + potential.size, old.data, toSeparator.entries);
-    }
-}
-
-double TsClique::CollectForPE(TsAdapter& adapter) {
-    double factor = 1.0;
-    for (int k = children.Count() - 1; k >= 0; --k) {
-        TsClique* child = children[k];
-        factor *= child->CollectForPE(adapter);
-        if (!made) InitPotential(adapter);
-        if (!child->made) child->InitPotential(adapter);
-        child->InitSepMessage(adapter);
-        child->InitMapping();
-        if (child->toSeparator.count > 0) {
-            child->UpdateParentPotential();
-        } else if (child->potentialSet) {
-            // Only observed nodes link this subtree to the rest: its total is
-            // a factor of the evidence probability on its own.
-            factor *= child->potential.Sum();
-        }
-        child->FreeMatrices();
-    }
-    return factor;
 }
 
 void TsClique::FreeMatrices() {
-    potential.Free();
     sepMessage.Free();
+    incoming.Free();
     children.Clear();
-    potentialSet = false;
 }

@@ -4,21 +4,29 @@
 // The cliques come from one pool that lives only for the update. After the
 // tables have found their hosts, the clique array is kept smallest first:
 // beliefs and exported tables are read from the smallest clique that holds a
-// node. Two scratch matrices serve every clique in turn (the old separator
-// message during distribute, one node's marginal while beliefs are read), so
-// the passes allocate nothing once they have met their largest case.
+// node. No clique potential is kept (see ts_pass.h): on the way up a clique's
+// potential is its tables times its children's messages, summed onto its
+// separator as it is built; on the way down it is rebuilt with the same
+// factors and, last, the ratio of the parent's new separator marginal to the
+// old message, and the children's marginals, the beliefs read there and the
+// exported table are taken from it. The root is built only on the way down.
 #include "orvil/jointree.h"
 
 #include <algorithm>
 #include <vector>
 
+#include "inference/ts_pass.h"
 #include "orvil/dmatrix.h"
 #include "orvil/triangulator.h"
 #include "orvil/tsadapter.h"
 
-TsJoinTree::TsJoinTree(TsAdapter& adapter) : adapter(adapter), pool(nullptr), root(nullptr) {}
+TsJoinTree::TsJoinTree(TsAdapter& adapter)
+    : adapter(adapter), pool(nullptr), root(nullptr), pass(new TsPass()) {}
 
-TsJoinTree::~TsJoinTree() { CleanUp(); }
+TsJoinTree::~TsJoinTree() {
+    CleanUp();
+    delete pass;
+}
 
 bool TsJoinTree::UpdateBeliefsEx(bool* pending, unsigned sizeLimit) {
     const bool ok = Triangulate(sizeLimit);
@@ -28,7 +36,7 @@ bool TsJoinTree::UpdateBeliefsEx(bool* pending, unsigned sizeLimit) {
         Collect();
         Distribute();
         CalcBeliefs(pending);
-        if (adapter.WillStorePotentials()) ExportPotentials();
+        ExportPotentials();
     }
     CleanUp();
     return ok;
@@ -39,15 +47,15 @@ double TsJoinTree::CalcNormFactor() {
         CleanUp();
         return -1.0;
     }
+    FindHosts();
+    LayOut();
+    // Every clique without a separator (the root, and the last clique of each
+    // part that shares no unobserved node with the rest) closes a factor of
+    // the evidence probability; the others pass theirs up.
     double result = 1.0;
-    if (root != nullptr) {
-        FindHosts();
-        const double apart = root->CollectForPE(adapter);
-        if (!root->IsPotentialSet()) root->InitPotential(adapter);
-        if (root->IsPotentialSet()) result = root->potential.Sum();
-        result *= apart;
-        root->FreeMatrices();
-    }
+    std::vector<TsClique*> order;
+    BottomUp(order);
+    for (TsClique* clique : order) CollectClique(*clique, &result);
     CleanUp();
     return result;
 }
@@ -95,105 +103,194 @@ void TsJoinTree::FindHosts() {
 }
 
 void TsJoinTree::InitPotentials() {
+    LayOut();
+    PlanBeliefs();
+    if (adapter.WillStorePotentials()) PlanExport();
+}
+
+void TsJoinTree::LayOut() {
     for (TsClique* clique : cliques) {
+        clique->InitDims(adapter);
         clique->InitSepMessage(adapter);
-        clique->InitPotential(adapter);
     }
-    // A mapping reads the parent's reduced node list, so all lists first.
-    for (TsClique* clique : cliques) clique->InitMapping();
 }
 
-void TsJoinTree::Collect() {
-    if (root != nullptr) root->Collect();
-}
-
-void TsJoinTree::Distribute() {
-    if (root != nullptr) root->Distribute(scratch);
-}
-
-void TsJoinTree::SettlePotential(TsClique& clique) {
-    if (clique.potentialSet) return;
-    clique.potential.Fill(1.0);
-    clique.potentialSet = true;
-}
-
-void TsJoinTree::CalcBeliefs(bool* pending) {
+void TsJoinTree::PlanBeliefs() {
     const int n = adapter.GetNodeCount();
-    int wanted = 0;
-    for (int v = 0; v < n; ++v) {
-        if (adapter.GetNodeHandle(v) >= 0 && adapter.GetEvidence(v) < 0) ++wanted;
-    }
     std::vector<bool> done(size_t(n), false);
-    int doneCount = 0;
+    plan.clear();
+    int cells = 0;
     for (TsClique* clique : cliques) {
-        if (doneCount == wanted) break;
+        clique->beliefFirst = int(plan.size());
         for (int i = 0; i < clique->nodes.count; ++i) {
             const int node = clique->nodes[i];
             if (done[size_t(node)]) continue;
             done[size_t(node)] = true;
-            const int handle = adapter.GetNodeHandle(node);
-            if (handle < 0) continue;
-            ++doneCount;
-            bool compute;
-            if (pending != nullptr) {
-                compute = pending[handle];
-                pending[handle] = false;
-            } else {
-                compute = adapter.IsTarget(node);
-            }
-            if (compute) WriteBelief(*clique, node);
+            if (adapter.GetNodeHandle(node) < 0) continue;
+            plan.push_back(BeliefSlot{node, cells});
+            cells += adapter.GetStateCount(node);
         }
+        clique->beliefCount = int(plan.size()) - clique->beliefFirst;
     }
+    marginals.assign(size_t(cells), 0.0);
 }
 
-void TsJoinTree::WriteBelief(TsClique& clique, int node) {
-    SettlePotential(clique);
-    TsMatrix::Coords single;
-    single.Add(node);
-    TsMatrix::Coords dims;
-    dims.Add(adapter.GetStateCount(node));
-    marginal.Init(dims);
-    marginal.Fill(0.0);
-    TsMatrix::Mapping mapping;
-    clique.potential.CreateMapping(mapping, clique.nodes, single);
-    const TsMatrix& source = clique.potential;
-    TsOdoMarginalize(marginal.data, source.data, source.data + source.size, mapping.entries);
-    const double sum = marginal.Sum();
-    if (sum == 0.0) {
-        adapter.ReportZeroPotential(node);
-        return;
-    }
-    double* beliefs = adapter.GetBeliefs(node);
-    if (beliefs == nullptr) return;
-    const double scale = 1.0 / sum;
-    for (int32_t i = 0; i < marginal.size; ++i) beliefs[i] = marginal.data[i] * scale;
-    adapter.SetValueValid(node);
-}
-
-void TsJoinTree::ExportPotentials() {
+void TsJoinTree::PlanExport() {
     fastarray<int, 24, int> nodes;
-    fastarray<int, 24, int> dims;
+    fastarray<int, 24, int> sizes;
     for (TsClique* clique : cliques) {
-        SettlePotential(*clique);
         // The store's tables run the last dimension fastest: the reversed
         // list gives the same cell order as the potential's.
         nodes.Clear();
-        dims.Clear();
+        sizes.Clear();
         for (int i = clique->nodes.count - 1; i >= 0; --i) {
             nodes.Add(clique->nodes[i]);
-            dims.Add(adapter.GetStateCount(clique->nodes[i]));
+            sizes.Add(clique->dims[i]);
         }
-        QEL_Dmatrix* store = adapter.GetPotentialMatrix(nodes, dims);
-        if (store == nullptr) continue;
-        const TsMatrix& source = clique->potential;
-        double* target = store->GetItems().Items();
-        const int32_t cells = std::min<int32_t>(source.size, store->GetSize());
+        clique->exportTable = adapter.GetPotentialMatrix(nodes, sizes);
+    }
+}
+
+void TsJoinTree::BottomUp(std::vector<TsClique*>& order) const {
+    order.clear();
+    if (root == nullptr) return;
+    // Breadth-first from the root, read backwards.
+    order.push_back(root);
+    for (size_t i = 0; i < order.size(); ++i) {
+        for (TsClique* child : order[i]->children) order.push_back(child);
+    }
+    std::reverse(order.begin(), order.end());
+}
+
+void TsJoinTree::AddPotential(TsClique& clique) {
+    int64_t strides[TsMatrix::maxDims];
+    pass->Begin(clique.dims);
+    for (int h = 0; h < clique.hostedCount; ++h) {
+        const double* table = clique.TableStrides(adapter, clique.hosted[h], strides);
+        pass->Add(h == 0 ? TsPass::copyFrom : TsPass::multiplyBy, table, strides);
+    }
+    for (TsClique* child : clique.children) {
+        if (!child->HasSeparator()) continue;
+        clique.SubsetStrides(child->separator, child->sepMessage.dims, strides);
+        const TsPass::Kind kind = pass->OperandCount() == 0 ? TsPass::copyFrom : TsPass::multiplyBy;
+        pass->Add(kind, child->sepMessage.data, strides);
+    }
+    // Nothing to multiply: the potential is all ones.
+    if (pass->OperandCount() == 0) pass->AddFill();
+}
+
+void TsJoinTree::Collect() {
+    std::vector<TsClique*> order;
+    BottomUp(order);
+    for (TsClique* clique : order) CollectClique(*clique, nullptr);
+}
+
+void TsJoinTree::CollectClique(TsClique& clique, double* apart) {
+    int64_t strides[TsMatrix::maxDims];
+    if (clique.HasSeparator()) {
+        AddPotential(clique);
+        clique.sepMessage.Fill(0.0);
+        clique.SubsetStrides(clique.separator, clique.sepMessage.dims, strides);
+        pass->AddTarget(TsPass::sumInto, clique.sepMessage.data, strides);
+        pass->Run();
+    } else if (apart != nullptr) {
+        // All strides 0: the whole potential is summed into one cell, in order.
+        AddPotential(clique);
+        double total = 0.0;
+        std::fill(strides, strides + clique.dims.count, 0);
+        pass->AddTarget(TsPass::sumInto, &total, strides);
+        pass->Run();
+        *apart *= total;
+    }
+}
+
+void TsJoinTree::Distribute() {
+    if (root != nullptr) DistributeClique(*root);
+}
+
+void TsJoinTree::DistributeClique(TsClique& clique) {
+    int64_t strides[TsMatrix::maxDims];
+    AddPotential(clique);
+    if (clique.HasSeparator()) {
+        // The parent's pass left the new separator marginal in `incoming`.
+        // Each old message cell becomes new / old; 0/0 counts as 0. The
+        // separator is small next to the cliques around it, so one division
+        // per separator cell is not worth trading for a rounding step.
+        TsMatrix& old = clique.sepMessage;
+        const double* fresh = clique.incoming.data;
+        for (int32_t i = 0; i < old.size; ++i) {
+            if (old.data[i] != 0.0) old.data[i] = fresh[i] / old.data[i];
+        }
+        clique.SubsetStrides(clique.separator, old.dims, strides);
+        pass->Add(TsPass::multiplyBy, old.data, strides);
+    }
+    const int built = pass->OperandCount();
+    for (TsClique* child : clique.children) {
+        if (!child->HasSeparator()) continue;
+        child->incoming.Init(child->sepMessage.dims);
+        child->incoming.Fill(0.0);
+        clique.SubsetStrides(child->separator, child->sepMessage.dims, strides);
+        pass->AddTarget(TsPass::sumInto, child->incoming.data, strides);
+    }
+    for (int b = 0; b < clique.beliefCount; ++b) {
+        const BeliefSlot& slot = plan[size_t(clique.beliefFirst + b)];
+        TsMatrix::Coords single;
+        single.Add(slot.node);
+        TsMatrix::Coords size;
+        size.Add(adapter.GetStateCount(slot.node));
+        clique.SubsetStrides(single, size, strides);
+        pass->AddTarget(TsPass::sumInto, marginals.data() + slot.offset, strides);
+    }
+    if (clique.exportTable != nullptr) {
+        TsMatrix::Coords all;
+        for (int i = 0; i < clique.nodes.count; ++i) all.Add(clique.nodes[i]);
+        clique.SubsetStrides(all, clique.dims, strides);
+        pass->AddTarget(TsPass::copyInto, clique.exportTable->GetItems().Items(), strides);
+    }
+    // A potential that nothing reads is not built.
+    if (pass->OperandCount() > built) pass->Run();
+    clique.incoming.Free();
+    for (TsClique* child : clique.children) DistributeClique(*child);
+}
+
+void TsJoinTree::CalcBeliefs(bool* pending) {
+    for (const BeliefSlot& slot : plan) {
+        const int handle = adapter.GetNodeHandle(slot.node);
+        bool compute;
+        if (pending != nullptr) {
+            compute = pending[handle];
+            pending[handle] = false;
+        } else {
+            compute = adapter.IsTarget(slot.node);
+        }
+        if (compute) WriteBelief(slot);
+    }
+}
+
+void TsJoinTree::WriteBelief(const BeliefSlot& slot) {
+    const int states = adapter.GetStateCount(slot.node);
+    const double* marginal = marginals.data() + slot.offset;
+    double sum = 0.0;
+    for (int i = 0; i < states; ++i) sum += marginal[i];
+    if (sum == 0.0) {
+        adapter.ReportZeroPotential(slot.node);
+        return;
+    }
+    double* beliefs = adapter.GetBeliefs(slot.node);
+    if (beliefs == nullptr) return;
+    const double scale = 1.0 / sum;
+    for (int i = 0; i < states; ++i) beliefs[i] = marginal[i] * scale;
+    adapter.SetValueValid(slot.node);
+}
+
+void TsJoinTree::ExportPotentials() {
+    for (TsClique* clique : cliques) {
+        QEL_Dmatrix* table = clique->exportTable;
+        if (table == nullptr) continue;
         double sum = 0.0;
-        for (int32_t i = 0; i < cells; ++i) {
-            target[i] = source.data[i];
-            sum += source.data[i];
-        }
-        if (sum != 0.0) store->Multiply(1.0 / sum);
+        for (int i = 0; i < table->GetSize(); ++i) sum += (*table)[i];
+        if (sum != 0.0) table->Multiply(1.0 / sum);
+        clique->exportTable = nullptr;
     }
 }
 
@@ -203,4 +300,6 @@ void TsJoinTree::CleanUp() {
     delete pool;
     pool = nullptr;
     root = nullptr;
+    plan.clear();
+    marginals.clear();
 }

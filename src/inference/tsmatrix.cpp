@@ -60,17 +60,23 @@ void TsMatrix::CreateMapping(Mapping& mapping, const Coords& denseNodes,
     int32_t insideProduct = 1;  // cells of the sparse side passed so far
     int next = 0;               // next sparse node to meet
     int i = 0;
-    while (i < denseNodes.count) {
-        const bool inside = next < sparseNodes.count && sparseNodes[next] == denseNodes[i];
-        int32_t run = 1;
-        while (i < denseNodes.count &&
-               (next < sparseNodes.count && sparseNodes[next] == denseNodes[i]) == inside) {
-            run *= dims.items[i];
-            if (inside) ++next;
+    for (;;) {
+        // A dimension of one cell never moves anything: it joins whatever run
+        // it stands in, so runs stay maximal.
+        while (i < denseNodes.count && dims.items[i] == 1) {
+            if (next < sparseNodes.count && sparseNodes[next] == denseNodes[i]) ++next;
             ++i;
         }
-        // A run of one cell never moves anything, so it needs no entry.
-        if (run == 1) continue;
+        if (i >= denseNodes.count) break;
+        const bool inside = next < sparseNodes.count && sparseNodes[next] == denseNodes[i];
+        int32_t run = 1;
+        while (i < denseNodes.count) {
+            const bool member = next < sparseNodes.count && sparseNodes[next] == denseNodes[i];
+            if (dims.items[i] != 1 && member != inside) break;
+            run *= dims.items[i];
+            if (member) ++next;
+            ++i;
+        }
         TsOdometer& e = mapping.entries[count++];
         e.counter = run - 1;
         e.reset = run - 1;

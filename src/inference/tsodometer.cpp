@@ -13,11 +13,22 @@
 // again at once.
 #include "orvil/tsmatrix.h"
 
+// The run kernels are plain loops over contiguous doubles, written so that
+// the compiler can vectorise them; its default level here does not.
+#pragma GCC optimize("O3")
+
 #include <cstddef>
 
 namespace {
 
-// The kernels: one run of `n` dense cells against strided cells `step` apart.
+// The kernels. Run: one run of `n` dense cells against strided cells `step`
+// apart. Block: `runs` such runs back to back on the dense side, each
+// starting `hop` strided cells after the one before.
+template <class Kernel, class D, class S>
+inline void RunByRun(const Kernel& kernel, D* d, S* s, int n, int runs, int step, std::ptrdiff_t hop) {
+    for (int j = 0; j < runs; ++j, d += n, s += hop) kernel.Run(d, s, n, step);
+}
+
 struct CopyRun {
     static void Run(double* __restrict d, const double* __restrict s, int n, int step) {
         if (step == 1) {
@@ -28,6 +39,9 @@ struct CopyRun {
         } else {
             for (int i = 0; i < n; ++i) d[i] = s[std::ptrdiff_t(i) * step];
         }
+    }
+    void Block(double* d, const double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
+        RunByRun(*this, d, s, n, runs, step, hop);
     }
 };
 
@@ -41,6 +55,9 @@ struct MultiplyRun {
         } else {
             for (int i = 0; i < n; ++i) d[i] *= s[std::ptrdiff_t(i) * step];
         }
+    }
+    void Block(double* d, const double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
+        RunByRun(*this, d, s, n, runs, step, hop);
     }
 };
 
@@ -57,6 +74,33 @@ struct MarginalizeRun {
             for (int i = 0; i < n; ++i) s[std::ptrdiff_t(i) * step] += d[i];
         }
     }
+    void Block(const double* d, double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
+        if (step != 0 || hop == 0) {
+            RunByRun(*this, d, s, n, runs, step, hop);
+            return;
+        }
+        // Each run is a sum into its own cell. A chain of additions waits on
+        // itself, so four runs are summed side by side; every cell still gets
+        // its additions in the order of the dense side.
+        int j = 0;
+        for (; j + 4 <= runs; j += 4, d += 4 * n, s += 4 * hop) {
+            double a0 = s[0];
+            double a1 = s[hop];
+            double a2 = s[2 * hop];
+            double a3 = s[3 * hop];
+            for (int i = 0; i < n; ++i) {
+                a0 += d[i];
+                a1 += d[n + i];
+                a2 += d[2 * n + i];
+                a3 += d[3 * n + i];
+            }
+            s[0] = a0;
+            s[hop] = a1;
+            s[2 * hop] = a2;
+            s[3 * hop] = a3;
+        }
+        RunByRun(*this, d, s, n, runs - j, step, hop);
+    }
 };
 
 struct StencilRun {
@@ -66,6 +110,9 @@ struct StencilRun {
         } else {
             for (int i = 0; i < n; ++i) s[std::ptrdiff_t(i) * step] = d[i];
         }
+    }
+    void Block(const double* d, double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
+        RunByRun(*this, d, s, n, runs, step, hop);
     }
 };
 
@@ -79,6 +126,9 @@ struct SumScaledRun {
         } else {
             for (int i = 0; i < n; ++i) s[std::ptrdiff_t(i) * step] += d[i] * factor;
         }
+    }
+    void Block(const double* d, double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
+        RunByRun(*this, d, s, n, runs, step, hop);
     }
 };
 
@@ -100,8 +150,8 @@ inline std::ptrdiff_t CarryAboveBlock(TsOdometer* odometer) {
     return e->step;
 }
 
-// The walk itself. `D` is the dense cell type, `S` the strided one; the kernel
-// is called as kernel.Run(dense, strided, n, step) for each run.
+// The walk itself. `D` is the dense cell type, `S` the strided one. The
+// kernel gets one block (entry 0 times entry 1) at a time.
 template <class Kernel, class D, class S>
 inline void Walk(D* d, D* end, S* s, TsOdometer* odometer, const Kernel& kernel) {
     const int n0 = odometer[0].counter + 1;
@@ -114,15 +164,14 @@ inline void Walk(D* d, D* end, S* s, TsOdometer* odometer, const Kernel& kernel)
     const int n1 = odometer[1].counter + 1;
     const std::ptrdiff_t tail = std::ptrdiff_t(n0 - 1) * step0;
     const std::ptrdiff_t hop = tail + odometer[1].step;
+    const std::ptrdiff_t block = std::ptrdiff_t(n0) * n1;
+    // Where the strided side stands after a block's last cell.
+    const std::ptrdiff_t last = std::ptrdiff_t(n1 - 1) * hop + tail;
     for (;;) {
-        for (int j = 1;; ++j) {
-            kernel.Run(d, s, n0, step0);
-            d += n0;
-            if (j == n1) break;
-            s += hop;
-        }
+        kernel.Block(d, s, n0, n1, step0, hop);
+        d += block;
         if (d == end) break;
-        s += tail + CarryAboveBlock(odometer);
+        s += last + CarryAboveBlock(odometer);
     }
     ReloadCounters(odometer + 2);
 }

@@ -5,6 +5,7 @@
 #include <random>
 #include <vector>
 
+#include "inference/ts_pass.h"
 #include "orvil/tsmatrix.h"
 
 namespace {
@@ -216,6 +217,68 @@ TEST(TsMatrixTest, SpinOdometerStepsFollowTheRuns) {
             position += (run - 1) * step;
             if (start + run < dense.size) position += TsSpinOdometer(mapping.entries);
         }
+    }
+}
+
+// Strides of a matrix over `subset` (first fastest) relative to `shape`.
+std::vector<int64_t> StridesOf(const Shape& shape, const TsMatrix::Coords& subset) {
+    std::vector<int64_t> strides(size_t(shape.nodes.count), 0);
+    int64_t stride = 1;
+    for (int i = 0; i < shape.nodes.count; ++i) {
+        if (subset.Find(shape.nodes[i]) < 0) continue;
+        strides[size_t(i)] = stride;
+        stride *= shape.sizes[i];
+    }
+    return strides;
+}
+
+// A chunked pass builds the product of two operands and hands it out by sum
+// and by copy exactly as cell-by-cell arithmetic does, whether the potential
+// is one chunk or thousands.
+TEST(TsMatrixTest, ChunkedPassMatchesCoordinateArithmetic) {
+    std::mt19937 rng(2468);
+    std::uniform_int_distribution<int> size(1, 6);
+    std::bernoulli_distribution pick(0.5);
+    TsPass pass;
+    for (int round = 0; round < 300; ++round) {
+        Shape shape;
+        const int k = 1 + int(rng() % 8);
+        TsMatrix::Coords first;
+        TsMatrix::Coords second;
+        for (int i = 0; i < k; ++i) {
+            shape.nodes.Add(i);
+            shape.sizes.Add(size(rng));
+            if (pick(rng)) first.Add(i);
+            if (pick(rng)) second.Add(i);
+            if (pick(rng)) shape.subset.Add(i);
+        }
+        const int cells = CellCount(shape.sizes);
+        Shape a = shape;
+        a.subset = first;
+        Shape b = shape;
+        b.subset = second;
+        const std::vector<int> mapA = NaiveMap(a);
+        const std::vector<int> mapB = NaiveMap(b);
+        const std::vector<int> mapS = NaiveMap(shape);
+        const std::vector<double> tableA = RandomCells(rng, CellCount(SubsetSizes(a)));
+        const std::vector<double> tableB = RandomCells(rng, CellCount(SubsetSizes(b)));
+        std::vector<double> sums(size_t(CellCount(SubsetSizes(shape))), 0.0);
+        std::vector<double> copy(size_t(cells), -1.0);
+
+        pass.Begin(shape.sizes);
+        pass.Add(TsPass::copyFrom, tableA.data(), StridesOf(shape, first).data());
+        pass.Add(TsPass::multiplyBy, tableB.data(), StridesOf(shape, second).data());
+        pass.AddTarget(TsPass::sumInto, sums.data(), StridesOf(shape, shape.subset).data());
+        pass.AddTarget(TsPass::copyInto, copy.data(), StridesOf(shape, shape.nodes).data());
+        pass.Run();
+
+        std::vector<double> want(sums.size(), 0.0);
+        for (int c = 0; c < cells; ++c) {
+            const double cell = tableA[size_t(mapA[size_t(c)])] * tableB[size_t(mapB[size_t(c)])];
+            ASSERT_EQ(copy[size_t(c)], cell) << "round " << round << " cell " << c;
+            want[size_t(mapS[size_t(c)])] += cell;
+        }
+        for (size_t i = 0; i < want.size(); ++i) ASSERT_EQ(sums[i], want[i]) << "round " << round;
     }
 }
 

@@ -1,0 +1,80 @@
+// Fused passes over one clique potential, which is never stored whole.
+//
+// A large potential does not fit in any cache, and merely making it (fresh
+// pages from the system, zeroed) costs as much as a sweep through it. So the
+// join tree keeps no potentials at all, only the separator messages: a pass
+// builds the potential chunk by chunk in one small buffer, from the clique's
+// tables and the messages it holds, and takes from each chunk what the pass
+// needs (the sums towards the separators, the beliefs, a copy for the
+// joint-probability store) before the next chunk overwrites it. A chunk is a
+// few thousand cells along the potential's leading dimensions, so it stays in
+// the first-level cache while every operand is applied to it. Each operand
+// walks its chunk with an inner odometer (the leading dimensions) and moves on
+// to the next chunk with an outer one (the remaining dimensions), so no
+// coordinates are kept anywhere. The cell-by-cell arithmetic and its order are
+// those of whole-matrix walks, so the results are the same to the last bit.
+#ifndef ORVIL_INFERENCE_TS_PASS_H
+#define ORVIL_INFERENCE_TS_PASS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "orvil/tsmatrix.h"
+
+// Builds the odometer of a strided operand over the dimensions `from` to
+// `to` - 1 of a dense matrix (sizes `sizes`, first fastest), where moving one
+// step along dimension i moves the operand by strides[i] cells. Dimensions of
+// one state are skipped, neighbouring entries with equal steps are merged, and
+// a sentinel ends the array, which needs room for to - from + 2 entries.
+void TsBuildOdometer(const int32_t* sizes, const int64_t* strides, int from, int to,
+                     TsOdometer* odometer);
+
+class TsPass {
+public:
+    enum Kind {
+        copyFrom,    // dense = operand
+        multiplyBy,  // dense *= operand
+        sumInto,     // operand += dense
+        copyInto,    // operand = dense
+        fillOne,     // dense = 1.0; takes no operand
+    };
+
+    // Starts a pass over a potential with dimension sizes `dims` (first
+    // fastest; none means one cell), forgetting earlier operands.
+    void Begin(const TsMatrix::Coords& dims);
+    // Adds an operand read by copyFrom or multiplyBy whose cell for dense
+    // coordinates c is base + sum(c[i] * strides[i]). Operands act in the
+    // order added.
+    void Add(Kind kind, const double* base, const int64_t* strides);
+    // Adds a sumInto or copyInto operand, laid out the same way.
+    void AddTarget(Kind kind, double* base, const int64_t* strides);
+    // Adds a fillOne step.
+    void AddFill();
+    // Builds the potential once, chunk by chunk, applying every operand.
+    void Run();
+    int OperandCount() const { return count; }
+
+private:
+    struct Operand;
+    Operand& Next(Kind kind, const int64_t* strides);
+
+    struct Operand {
+        Kind kind;
+        const double* source;   // copyFrom, multiplyBy
+        double* target;         // sumInto, copyInto
+        std::ptrdiff_t offset;  // the operand's cell at the start of the current chunk
+        TsOdometer inner[TsMatrix::maxDims + 2];
+        TsOdometer outer[TsMatrix::maxDims + 2];
+    };
+
+    TsMatrix::Coords dims;
+    int split = 0;        // dimensions 0 .. split - 1 make up a chunk
+    int32_t chunk = 1;    // cells per chunk
+    int32_t chunks = 1;   // chunks in the potential
+    int count = 0;
+    std::vector<Operand> operands;
+    std::vector<double> buffer;  // the chunk being built
+};
+
+#endif
