@@ -48,7 +48,7 @@ int QEL_Dmatrix::ReCreate(const int* dims, int count) {
     QEL_intArray sizes(count);
     for (int i = 0; i < count; i++) sizes[i] = dims[i];
     const int total = DmTotal(dims, count);
-    // A store of the right size is kept: the items are unspecified anyway,
+    // A store of the right size is kept: the caller fills the items anyway,
     // and tables are often set up again with the shape they had.
     if (theData.GetSize() != total) {
         theData.CleanUp();
