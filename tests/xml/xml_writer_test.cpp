@@ -1,0 +1,329 @@
+// The XML writer: the exact layout of its documents, its escaping, and
+// round trips through the reader, which must give back the element tree,
+// the attribute values and (with escaping) the element text it was given.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "orvil/xmlreader.h"
+#include "orvil/xmlwriter.h"
+#include "xml_test_support.h"
+
+using xmltest::RecordingErrors;
+
+TEST(XmlWriter, DocumentLayout) {
+    std::string out = "kept ";
+    XmlWriterStringOutput output(&out);
+    XmlWriter writer(&output);
+    writer.Start(true);
+    writer.WriteComment("made by a test");
+    writer.PushAttribute("version", "1.0");
+    writer.PushAttribute("n", 42);
+    writer.PushAttribute("on", true);
+    writer.PushAttribute("off", false);
+    writer.PushAttribute("x", 0.1);
+    writer.OpenElement("root");
+    writer.OpenElement("nodes");
+    writer.CloseElement("nodes");
+    {
+        IXmlWriter::ScopedElement scoped(&writer, "scoped");
+        writer.PushAttribute("id", "a<b");
+        writer.WriteElement("text", "one\ttwo", true);
+        writer.WriteElement("empty", "", false);
+        writer.WriteElement("none", nullptr, false);
+        const double values[] = {0.5, 1e-300, -2, 3};
+        writer.WriteDoubleArray("cost", values, 4, "n/a", 3);
+        writer.WriteDoubleArray("utilities", values, 0);
+        const char* words[] = {"s0", "s1", nullptr};
+        writer.WriteStringArray("states", words, 3);
+    }
+    writer.CloseElement("root");
+    EXPECT_EQ(writer.GetDepth(), 0);
+    const char* expected =
+        "kept <?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"
+        "<!-- made by a test -->\n"
+        "<root version=\"1.0\" n=\"42\" on=\"true\" off=\"false\" x=\"0.1\">\n"
+        "\t<nodes>\n"
+        "\t</nodes>\n"
+        "\t<scoped>\n"
+        "\t\t<text id=\"a&lt;b\">one\\ttwo</text>\n"
+        "\t\t<empty></empty>\n"
+        "\t\t<none />\n"
+        "\t\t<cost>0.5 1e-300 -2 n/a</cost>\n"
+        "\t\t<utilities></utilities>\n"
+        "\t\t<states>s0 s1 </states>\n"
+        "\t</scoped>\n"
+        "</root>\n";
+    EXPECT_EQ(out, expected);
+}
+
+TEST(XmlWriter, AlternativeStarts) {
+    std::string out;
+    XmlWriterStringOutput output(&out);
+    XmlWriter writer(&output);
+    writer.OpenElement("a");
+    writer.StartWithXsl("style.xsl");
+    writer.OpenElement("b", qel_xmlEmptyElement);
+    writer.StartWithDTD("b", "b.dtd");
+    writer.Start(false);
+    writer.WriteComment("c");
+    EXPECT_EQ(out,
+              "<a>\n"
+              "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"
+              "<?xml-stylesheet type=\"text/xsl\" href=\"style.xsl\"?>\n"
+              "<b />\n"
+              "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"
+              "<!DOCTYPE b SYSTEM \"b.dtd\">\n"
+              "<!-- c -->\n");
+    // Without an output nothing is written and nothing breaks.
+    XmlWriter silent;
+    silent.PushAttribute("a", 1);
+    silent.WriteElement("x", "y", true);
+    silent.SetOutput(&output);
+    silent.WriteElement("z", nullptr, true);
+    EXPECT_EQ(out.substr(out.size() - 6), "<z />\n");
+}
+
+// Every byte through both forms of escaping, in element text.
+TEST(XmlWriter, EscapingOfEveryByte) {
+    for (int b = 1; b < 256; ++b) {
+        char text[2] = {static_cast<char>(b), 0};
+        for (bool escape : {false, true}) {
+            std::string out;
+            XmlWriterStringOutput output(&out);
+            XmlWriter writer(&output);
+            writer.WriteContent(text, escape);
+            std::string expected(1, static_cast<char>(b));
+            if (b == '<') expected = "&lt;";
+            if (b == '>') expected = "&gt;";
+            if (b == '&') expected = "&amp;";
+            if (b == '"') expected = "&quot;";
+            if (b == '\'') expected = "&apos;";
+            if (b < 0x20) expected = ".";
+            if (escape && b == '\n') expected = "\\n";
+            if (escape && b == '\t') expected = "\\t";
+            if (escape && b == '\r') expected = "";
+            if (escape && b == '\\') expected = "\\\\";
+            EXPECT_EQ(out, expected) << b << " " << escape;
+        }
+    }
+}
+
+namespace {
+
+// A random element tree, written by the writer and described by the event
+// lines the reader's recording handlers give.
+struct Element {
+    std::string name;
+    std::vector<std::pair<std::string, std::string>> attributes;
+    std::string text;
+    std::vector<Element> children;
+};
+
+const char* const names[] = {"a", "b", "c"};
+
+// Latin-1 text without control characters other than tab and newline;
+// DEL and the upper control block (0x80 to 0x9F) are allowed in XML text
+// and are drawn too.
+std::string RandomLatin1(std::mt19937& rng, bool withBreaks) {
+    std::string text;
+    int length = static_cast<int>(rng() % 12);
+    for (int i = 0; i < length; ++i) {
+        int kind = static_cast<int>(rng() % 10);
+        if (withBreaks && kind == 0) {
+            text += rng() % 2 ? '\n' : '\t';
+        } else if (kind == 1) {
+            text += "<>&\"'\\"[rng() % 6];
+        } else {
+            text += static_cast<char>(0x20 + rng() % 0xE0);
+        }
+    }
+    return text;
+}
+
+Element RandomElement(std::mt19937& rng, int depth) {
+    Element e;
+    e.name = names[rng() % 3];
+    int count = static_cast<int>(rng() % 3);
+    for (int i = 0; i < count; ++i) e.attributes.emplace_back(std::string("k") + char('0' + i), RandomLatin1(rng, false));
+    int children = depth < 3 ? static_cast<int>(rng() % 4) : 0;
+    if (children == 0) e.text = RandomLatin1(rng, true);
+    for (int i = 0; i < children; ++i) e.children.push_back(RandomElement(rng, depth + 1));
+    return e;
+}
+
+void Write(XmlWriter& writer, const Element& e) {
+    for (const auto& a : e.attributes) writer.PushAttribute(a.first.c_str(), a.second.c_str());
+    if (e.children.empty()) {
+        writer.WriteElement(e.name.c_str(), e.text.c_str(), true);
+        return;
+    }
+    writer.OpenElement(e.name.c_str());
+    for (const Element& c : e.children) Write(writer, c);
+    writer.CloseElement(e.name.c_str());
+}
+
+// The text of an element with children is the layout around them: a line
+// end after the start tag, each child on its own line one level deeper, and
+// the end tag at the element's own depth.
+void Describe(const Element& e, int depth, std::vector<std::string>& events) {
+    std::string start = "start " + e.name;
+    for (const auto& a : e.attributes) start += " " + a.first + "=" + a.second;
+    events.push_back(start);
+    for (const Element& c : e.children) Describe(c, depth + 1, events);
+    std::string text = e.text;
+    if (!e.children.empty()) {
+        text = "\n";
+        for (size_t i = 0; i < e.children.size(); ++i) text += std::string(depth + 1, '\t') + "\n";
+        text += std::string(depth, '\t');
+    }
+    events.push_back("end " + e.name + " " + text);
+}
+
+// A handler for every name that logs attributes at the start and the
+// unescaped text at the end.
+class Echo : public IXmlHandler {
+public:
+    Echo(std::string name, std::vector<std::string>* events) : name(std::move(name)), events(events) {}
+    void OnStartElement(IXmlReader* r) override {
+        std::string line = "start " + name;
+        for (const char* key : {"k0", "k1", "k2"}) {
+            std::string value;
+            if (r->GetAttribute(key, value)) line += std::string(" ") + key + "=" + value;
+        }
+        events->push_back(line);
+    }
+    void OnEndElement(IXmlReader* r) override {
+        std::string text;
+        r->GetUnescapedContent(text);
+        events->push_back("end " + name + " " + text);
+    }
+
+private:
+    std::string name;
+    std::vector<std::string>* events;
+};
+
+}  // namespace
+
+TEST(XmlWriter, RandomTreesReadBackAsWritten) {
+    std::mt19937 rng(77);
+    std::vector<std::string> events;
+    std::vector<std::unique_ptr<Echo>> echoes;
+    std::vector<std::unique_ptr<XmlBinding>> bindings;
+    for (const char* name : names) {
+        echoes.push_back(std::make_unique<Echo>(name, &events));
+        bindings.push_back(std::make_unique<XmlBinding>(echoes.back().get(), name, qel_xmlStrictAttributes));
+        for (const char* key : {"k0", "k1", "k2"}) bindings.back()->AddAttribute(key, false);
+    }
+    // Every element may hold any number of every element, itself included.
+    for (auto& parent : bindings)
+        for (auto& child : bindings) parent->AddChild(child.get(), qel_xmlMultiple);
+    for (int round = 0; round < 300; ++round) {
+        Element tree = RandomElement(rng, 0);
+        std::string out;
+        XmlWriterStringOutput output(&out);
+        XmlWriter writer(&output);
+        writer.Start(true);
+        Write(writer, tree);
+        std::vector<std::string> expected;
+        Describe(tree, 0, expected);
+        events.clear();
+        RecordingErrors errors;
+        XmlReader reader;
+        const XmlBinding* root = bindings[tree.name[0] - 'a'].get();
+        ASSERT_TRUE(reader.ParseString(out.c_str(), root, &errors)) << out;
+        ASSERT_EQ(events, expected) << out;
+    }
+}
+
+// Attribute values lose control characters to "."; numbers are written
+// with 16 significant digits and so read back within a rounding step.
+TEST(XmlWriter, AttributesAndNumbersReadBack) {
+    std::mt19937 rng(3);
+    std::uniform_real_distribution<double> mantissa(-1, 1);
+    for (int round = 0; round < 200; ++round) {
+        std::string out;
+        XmlWriterStringOutput output(&out);
+        XmlWriter writer(&output);
+        std::string raw = RandomLatin1(rng, true);
+        double d = mantissa(rng) * std::pow(10.0, static_cast<int>(rng() % 200) - 100);
+        int i = static_cast<int>(rng());
+        writer.Start(true);
+        writer.PushAttribute("s", raw.c_str());
+        writer.PushAttribute("d", d);
+        writer.PushAttribute("i", i);
+        writer.PushAttribute("b", round % 2 == 0);
+        const double values[] = {d, -d, 0.0};
+        writer.WriteDoubleArray("r", values, 3);
+
+        xmltest::Tree tree;
+        XmlBinding* r = tree.Add("r", qel_xmlStrictAttributes, true);
+        for (const char* key : {"s", "d", "i", "b"}) r->AddAttribute(key, true);
+        std::string s;
+        double dd = 0;
+        int ii = 0;
+        bool bb = false;
+        std::vector<double> items;
+        tree.HandlerOf(r)->onStart = [&](IXmlReader* reader) {
+            reader->GetAttribute("s", s);
+            reader->GetAttribute("d", dd, 0.0);
+            reader->GetAttribute("i", ii, 0);
+            reader->GetAttribute("b", bb, false);
+        };
+        tree.HandlerOf(r)->onItem = [&](IXmlReader* reader) { items.push_back(strtod(reader->GetContent(), nullptr)); };
+        RecordingErrors errors;
+        XmlReader reader;
+        ASSERT_TRUE(reader.ParseString(out.c_str(), r, &errors)) << out;
+        std::string dotted = raw;
+        for (char& c : dotted) {
+            if (c == '\n' || c == '\t') c = '.';
+        }
+        EXPECT_EQ(s, dotted);
+        EXPECT_NEAR(dd, d, std::fabs(d) * 1e-15);
+        EXPECT_EQ(ii, i);
+        EXPECT_EQ(bb, round % 2 == 0);
+        ASSERT_EQ(items.size(), 3u);
+        EXPECT_NEAR(items[0], d, std::fabs(d) * 1e-15);
+        EXPECT_NEAR(items[1], -d, std::fabs(d) * 1e-15);
+        EXPECT_EQ(items[2], 0.0);
+    }
+}
+
+TEST(XmlWriter, FileOutputMatchesStringOutput) {
+    std::string path = testing::TempDir() + "xml_writer_test.xml";
+    auto produce = [](XmlWriter& writer) {
+        writer.Start(true);
+        writer.PushAttribute("id", "n\xE9t");
+        writer.OpenElement("orvil");
+        writer.WriteElement("description", "line\nnext", true);
+        writer.CloseElement("orvil");
+    };
+    std::string expected;
+    XmlWriterStringOutput stringOutput(&expected);
+    XmlWriter toString(&stringOutput);
+    produce(toString);
+
+    XmlWriterFileOutput fileOutput;
+    EXPECT_FALSE(fileOutput.WriteString("x"));
+    EXPECT_FALSE(fileOutput.Close());
+    ASSERT_TRUE(fileOutput.Open(path.c_str()));
+    XmlWriter toFile(&fileOutput);
+    produce(toFile);
+    EXPECT_TRUE(fileOutput.Close());
+    FILE* f = fopen(path.c_str(), "rb");
+    ASSERT_NE(f, nullptr);
+    std::string got;
+    int c;
+    while ((c = fgetc(f)) != EOF) got += static_cast<char>(c);
+    fclose(f);
+    remove(path.c_str());
+    EXPECT_EQ(got, expected);
+    EXPECT_FALSE(fileOutput.Open("/nonexistent/dir/out.xml"));
+}
