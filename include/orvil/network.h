@@ -380,9 +380,8 @@ public:
     int ClearAllPropagatedEvidence();
     // Clears the valid bit of every decision node. Returns 0.
     int InvalidateDecisions();
-    // Removes all evidence (real, propagated, virtual, and per time slice)
-    // without running the hooks per node, then marks every belief stale.
-    // Returns 0, or the update's status when updates are immediate.
+    // Removes all evidence (real, propagated, virtual) without running the
+    // hooks per node, then marks every belief stale. Returns 0.
     int ClearAllEvidence();
     // The full re-evaluation after a change at `handle` that can make
     // propagated evidence wrong: propagated evidence is rebuilt from the
@@ -405,7 +404,8 @@ public:
     // -- Hooks, called by values, definitions and the graph --
     // Each does nothing and returns 0 while QEL_RELEVANCE_ACTIVE is clear or
     // its event class is off in relevanceEvents, and ends with an update
-    // when QEL_UPDATE_IMMEDIATELY is set.
+    // when QEL_UPDATE_IMMEDIATELY is set, whose status goes to the listener,
+    // not to the caller.
     //
     // New evidence at `handle`: -2 for a bad handle, -2 (logged as "Outcome
     // [..] of node [..] is impossible") when the node's own table rules the
@@ -486,8 +486,9 @@ public:
 private:
     // True when the hooks run for events of `eventBit`.
     bool RelevanceOn(int eventBit) const;
-    // UpdateBeliefs when updates are immediate; else 0.
-    int UpdateIfImmediate();
+    // UpdateBeliefs when updates are immediate. Its status reaches the
+    // listener and the error log; the change that caused it stands.
+    void UpdateIfImmediate();
     // The engine of defaultBNAlgorithm, logged -2 when there is none.
     int RunBNEngine();
     // Hands the whole update to the temporal engine.

@@ -29,22 +29,14 @@ const int kFromParent = 0x100;
 const int kEvidenceJustCleared = 0x200;
 const int kWalkMarks = kVisited | kEvidenceAncestor | kFromChild | kFromParent;
 
-// The catch-all change sent after a write through a raw table pointer: it
-// meets every event mask but names no particular kind of change.
-bool ChangesPropagatedEvidence(int kind) {
-    return kind == qel_outcomesChanged || kind == qel_probabilitiesChanged ||
-           kind == qel_outcomeCountChanged;
-}
-
 }  // namespace
 
 bool QEL_network::RelevanceOn(int eventBit) const {
     return (flags & QEL_RELEVANCE_ACTIVE) != 0 && (relevanceEvents & eventBit) != 0;
 }
 
-int QEL_network::UpdateIfImmediate() {
-    if ((flags & QEL_UPDATE_IMMEDIATELY) == 0) return QEL_OKAY;
-    return UpdateBeliefs();
+void QEL_network::UpdateIfImmediate() {
+    if ((flags & QEL_UPDATE_IMMEDIATELY) != 0) UpdateBeliefs();
 }
 
 void QEL_network::MarkEvidenceAncestors() {
@@ -190,8 +182,8 @@ int QEL_network::RelevanceEvidenceSet(int handle) {
         rc = FunctionDetermine(handle);
     }
     if (decisionTouched != 0) InvalidateDecisions();
-    const int updated = UpdateIfImmediate();
-    return rc != QEL_OKAY ? rc : updated;
+    UpdateIfImmediate();
+    return rc;
 }
 
 int QEL_network::RelevanceEvidenceCleared(int handle) {
@@ -202,7 +194,8 @@ int QEL_network::RelevanceEvidenceCleared(int handle) {
     const int rc = NodeChanged(handle);
     nodes[handle].flags &= ~kEvidenceJustCleared;
     if (rc != QEL_OKAY) return rc;
-    return UpdateIfImmediate();
+    UpdateIfImmediate();
+    return QEL_OKAY;
 }
 
 int QEL_network::RelevanceEvidencePropagated(int) { return QEL_OKAY; }
@@ -215,7 +208,8 @@ int QEL_network::RelevanceContEvidenceChanged(int handle) {
         QEL_nodeValue* value = nodes[h].node->Value();
         if (h != handle && value != nullptr && !value->HasEvidence()) value->SetValueInvalid();
     }
-    return UpdateIfImmediate();
+    UpdateIfImmediate();
+    return QEL_OKAY;
 }
 
 int QEL_network::RelevanceVirtualEvidenceSet(int) {
@@ -224,7 +218,8 @@ int QEL_network::RelevanceVirtualEvidenceSet(int) {
     // temporary node that carries it exists only during an update: no walk
     // can follow it, so every belief goes.
     InvalidateAllBeliefs();
-    return UpdateIfImmediate();
+    UpdateIfImmediate();
+    return QEL_OKAY;
 }
 
 int QEL_network::RelevanceVirtualEvidenceCleared(int handle) {
@@ -233,19 +228,22 @@ int QEL_network::RelevanceVirtualEvidenceCleared(int handle) {
 
 int QEL_network::RelevanceControlValue(int) {
     if ((flags & QEL_RELEVANCE_ACTIVE) == 0) return QEL_OKAY;
-    return UpdateIfImmediate();
+    UpdateIfImmediate();
+    return QEL_OKAY;
 }
 
 int QEL_network::RelevanceClearControlledValue(int) {
     if ((flags & QEL_RELEVANCE_ACTIVE) == 0) return QEL_OKAY;
-    return UpdateIfImmediate();
+    UpdateIfImmediate();
+    return QEL_OKAY;
 }
 
 int QEL_network::RelevanceArcAdded(int, int to) {
     if (!RelevanceOn(QEL_EVENT_ARC_ADDED)) return QEL_OKAY;
     const int rc = NodeChanged(to);
     if (rc != QEL_OKAY) return rc;
-    return UpdateIfImmediate();
+    UpdateIfImmediate();
+    return QEL_OKAY;
 }
 
 int QEL_network::RelevanceArcRemoved(int from, int to) {
@@ -261,14 +259,16 @@ int QEL_network::RelevanceArcRemoved(int from, int to) {
         nodes[from].flags &= ~kEvidenceJustCleared;
         if (rc != QEL_OKAY) return rc;
     }
-    return UpdateIfImmediate();
+    UpdateIfImmediate();
+    return QEL_OKAY;
 }
 
 int QEL_network::RelevanceDefinitionChanged(int handle, int kind) {
     if (!RelevanceOn(kind)) return QEL_OKAY;
-    if (ChangesPropagatedEvidence(kind)) {
-        const int rc = NodeChanged(handle);
-        if (rc != QEL_OKAY) return rc;
-    }
-    return UpdateIfImmediate();
+    // Every kind, the catch-all after a write through a raw table pointer
+    // included, means the node's table may say something new.
+    const int rc = NodeChanged(handle);
+    if (rc != QEL_OKAY) return rc;
+    UpdateIfImmediate();
+    return QEL_OKAY;
 }

@@ -52,7 +52,8 @@ int QEL_network::ClearAllEvidence() {
     // With the hooks off no walk followed the removals; with no evidence
     // left, every belief may have moved.
     InvalidateAllBeliefs();
-    return UpdateIfImmediate();
+    UpdateIfImmediate();
+    return QEL_OKAY;
 }
 
 bool QEL_network::IsPlateNode(int handle) const {

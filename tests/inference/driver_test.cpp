@@ -398,4 +398,39 @@ TEST(DriverStaleness, WithoutFunctionalDeterminationNothingIsDeduced) {
     EXPECT_EQ(net.GetNode(b)->Value()->SetEvidence(1), 0);
 }
 
+TEST(DriverHooks, ImmediateUpdatesFollowEachChangeAndTheEventMaskSilencesHooks) {
+    QEL_network net;
+    const int a = AddCpt(net, "A", 2);
+    const int b = AddCpt(net, "B", 2);
+    ASSERT_EQ(net.AddArc(a, b), 0);
+    FillTable(net, b, {1.0, 0.0, 0.3, 0.7});
+    RecordingListener listener;
+    net.SetUpdateBeliefsListener(&listener);
+    net.SetDefaultBNAlgorithm(kAbsentEngine);
+    net.SetNetworkFlags(net.GetNetworkFlags() | QEL_network::QEL_UPDATE_IMMEDIATELY);
+
+    // Each change runs an update; its failure does not undo the change.
+    ASSERT_EQ(net.GetNode(a)->Value()->SetEvidence(0), 0);
+    EXPECT_EQ(listener.calls, 1);
+    EXPECT_EQ(listener.lastStatus, -2);
+    EXPECT_EQ(net.GetNode(a)->Value()->GetEvidence(), 0);
+    EXPECT_EQ(net.GetNode(b)->Value()->GetEvidence(), 0);
+    ASSERT_EQ(net.GetNode(a)->Value()->ClearEvidence(), 0);
+    EXPECT_EQ(listener.calls, 2);
+    ASSERT_EQ(net.GetNode(b)->Value()->SetVirtualEvidence({0.3, 0.6}), 0);
+    EXPECT_EQ(listener.calls, 3);
+    ASSERT_EQ(net.RemoveArc(a, b), 0);
+    EXPECT_EQ(listener.calls, 4);
+
+    // With the mask at 0 no hook runs: no update, no check, no deduction.
+    net.SetRelevanceEvents(0);
+    ASSERT_EQ(net.AddArc(a, b), 0);
+    FillTable(net, b, {1.0, 0.0, 0.3, 0.7});
+    ASSERT_EQ(net.GetNode(a)->Value()->SetEvidence(0), 0);
+    EXPECT_EQ(net.GetNode(b)->Value()->GetEvidence(), -2);
+    EXPECT_EQ(net.GetNode(b)->Value()->SetEvidence(1), 0);
+    EXPECT_EQ(listener.calls, 4);
+    net.SetUpdateBeliefsListener(nullptr);
+}
+
 }  // namespace

@@ -108,9 +108,19 @@ int RandomChange(std::mt19937& rng, QEL_network& net, std::string& what) {
                       value->SetVirtualEvidence(likelihood));
         what = text;
         return -1;
-    } else if (kind < 0.8) {
+    } else if (kind < 0.72) {
         std::snprintf(text, sizeof text, "FillRandomTable(%d) -> %d", h,
                       orvil_test::FillRandomTable(net, h, rng, 0.1));
+    } else if (kind < 0.8) {
+        // A write through the raw table, announced afterwards: swap the
+        // first two outcomes of the first column.
+        QEL_Dmatrix* table = def->GetMatrix();
+        def->BeforeDirectChange(qel_directChange);
+        const double first = (*table)[0];
+        (*table)[0] = (*table)[1];
+        (*table)[1] = first;
+        std::snprintf(text, sizeof text, "direct write (%d) -> %d", h,
+                      def->AfterDirectChange(qel_directChange));
     } else if (net.NumParents(h) > 0 && unit(rng) < 0.5) {
         const int parent = net.GetParents(h)[0];
         std::snprintf(text, sizeof text, "RemoveArc(%d, %d) -> %d", parent, h,
