@@ -35,7 +35,9 @@ void delete_network(void* net);
  * ...) with the identifier `nodeName` (not null), and returns the handle of
  * the node that now has this identifier: a name already in use gives the
  * existing node's handle and adds nothing. -2 for an invalid type (unless
- * the name exists) or a name that is no valid identifier. */
+ * the name exists). -2 also for a name that is no valid identifier, though
+ * the node is then added all the same, under a generated identifier
+ * ("Node<n>") with the name as its display name. */
 int AddNode(void* net, int thisType, const char* nodeName);
 /* Deletes the node with all its arcs; the children's tables drop its
  * dimension. 0; -2 for a bad handle. */

@@ -145,6 +145,10 @@ static void AddNodeQuirks(void)
     CHECK(AddNode(net, 9, "Same") == first);
     GetAllNodes(net, all);
     CHECK(intArray_NumItems(all) == 1);
+    /* Not an identifier: reported as no node, yet added as "Node1". */
+    CHECK(AddNode(net, CPT_NODE, "1abc") == -2);
+    CHECK(FindNode(net, "Node1") == 1);
+    CHECK(strcmp(header_GetName(nodeInfo_Header(node_Info(GetNode(net, 1)))), "1abc") == 0);
     delete_intArray(all);
     delete_network(net);
     delete_network(NULL);
