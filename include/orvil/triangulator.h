@@ -47,11 +47,11 @@ extern TsTriangulatorStatsCallback TsTriangulatorStatsFunc;
 class TsTriangulator {
 public:
     // Largest product of state counts a clique may have.
-    static const uint32_t cliqueSizeCap = 0x40000000u;
+    static constexpr uint32_t cliqueSizeCap = 0x40000000u;
     // The budget that a size limit of 0 stands for.
-    static const uint32_t defaultSizeLimit = 0x10000000u;
+    static constexpr uint32_t defaultSizeLimit = 0x10000000u;
     // The 16-bit graph tables bound a piece to this many nodes.
-    static const int maxNodes = 32767;
+    static constexpr int maxNodes = 32767;
 
     // Cliques are taken from `pool` and appended to `cliques` in creation
     // order.

@@ -48,7 +48,7 @@ class TsMatrix {
 public:
     // Hard limit on the dimensions of one matrix, and so on the nodes of one
     // clique.
-    static const int maxDims = 30;
+    static constexpr int maxDims = 30;
 
     // A short list of node numbers or of dimension sizes.
     struct Coords {
