@@ -82,12 +82,11 @@ bool XmlReader::ParseStream(IXmlInputStream* stream, const IXmlBinding* rootBind
         if (errors) errors->OnParseError("The reader is already reading a document", 0, 0);
         return false;
     }
-    if (!BeginDocument(rootBinding, errors)) return false;
-    bool ok = false;
-    if (stream == nullptr)
-        OnParseError("No input to read", false);
-    else
-        ok = RunParser(stream);
+    if (stream == nullptr) {
+        if (errors) errors->OnParseError("No input to read", 0, 0);
+        return false;
+    }
+    bool ok = BeginDocument(rootBinding, errors) && RunParser(stream);
     EndDocument();
     return ok;
 }

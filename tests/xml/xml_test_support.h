@@ -1,7 +1,6 @@
-// Helpers of the XML tests: a handler that records every event it gets as
-// one line of text, a tree that owns the bindings of a test document, an
-// error handler that keeps what it is told, and a stream that hands out a
-// text in pieces of chosen sizes.
+// Helpers of the XML tests: a tree of bindings whose handlers record every
+// event as one line of text, an error handler that keeps what it is told,
+// and a stream that hands out a text in pieces of chosen sizes.
 #ifndef ORVIL_TESTS_XML_TEST_SUPPORT_H
 #define ORVIL_TESTS_XML_TEST_SUPPORT_H
 
@@ -23,30 +22,24 @@ using EventLog = std::vector<std::string>;
 class RecordingHandler : public IXmlHandler {
 public:
     RecordingHandler(std::string element, bool list, EventLog* log) : element(std::move(element)), list(list), log(log) {}
-    void OnStartElement(IXmlReader* reader) override {
-        log->push_back("start " + element);
-        if (onStart) onStart(reader);
-    }
-    void OnEndElement(IXmlReader* reader) override {
-        log->push_back("end " + element + " " + reader->GetContent());
-        if (onEnd) onEnd(reader);
-    }
-    void OnListItem(IXmlReader* reader) override {
-        log->push_back("item " + element + " " + reader->GetContent());
-        if (onItem) onItem(reader);
-    }
+    void OnStartElement(IXmlReader* r) override { Record("start ", "", r, onStart); }
+    void OnEndElement(IXmlReader* r) override { Record("end ", r->GetContent(), r, onEnd); }
+    void OnListItem(IXmlReader* r) override { Record("item ", r->GetContent(), r, onItem); }
     bool ContainsList() const override { return list; }
 
     std::function<void(IXmlReader*)> onStart, onEnd, onItem;
 
 private:
+    void Record(const char* kind, const std::string& text, IXmlReader* r, const std::function<void(IXmlReader*)>& f) {
+        log->push_back(kind + element + (*kind == 's' ? "" : " " + text));
+        if (f) f(r);
+    }
     std::string element;
     bool list;
     EventLog* log;
 };
 
-// Owns the bindings and handlers of one test; every binding records into
-// `log`.
+// Owns the bindings and handlers of one test; all record into `log`.
 class Tree {
 public:
     XmlBinding* Add(const char* name, int flags, bool list = false) {
@@ -54,11 +47,8 @@ public:
         bindings.push_back(std::make_unique<XmlBinding>(handlers.back().get(), name, flags));
         return bindings.back().get();
     }
-    RecordingHandler* HandlerOf(const XmlBinding* binding) {
-        for (size_t i = 0; i < bindings.size(); ++i) {
-            if (bindings[i].get() == binding) return handlers[i].get();
-        }
-        return nullptr;
+    RecordingHandler& HandlerOf(const XmlBinding* binding) {
+        return *static_cast<RecordingHandler*>(binding->GetHandler());
     }
     EventLog log;
 
@@ -86,23 +76,25 @@ public:
         problems.push_back({"attribute", std::string(attribute) + " in " + element, line, column});
     }
     int Count(const char* kind) const {
-        int n = 0;
-        for (const Problem& p : problems) n += p.kind == kind;
-        return n;
+        return static_cast<int>(std::count_if(problems.begin(), problems.end(),
+                                              [&](const Problem& p) { return p.kind == kind; }));
+    }
+    std::vector<std::string> Texts() const {
+        std::vector<std::string> texts;
+        for (const Problem& p : problems) texts.push_back(p.text);
+        return texts;
     }
     std::vector<Problem> problems;
 };
 
-// Hands out `text` in pieces whose sizes come from `sizes` in turn (the
-// last size repeating), each at most what the reader asks for.
+// Hands out `text` in pieces whose sizes come from `sizes` in turn, the last
+// one repeating.
 class PieceStream : public IXmlInputStream {
 public:
     PieceStream(std::string text, std::vector<int> sizes) : text(std::move(text)), sizes(std::move(sizes)) {}
     int GetData(char* buffer, int size) override {
-        int want = sizes.empty() ? size : sizes[next < sizes.size() ? next : sizes.size() - 1];
-        ++next;
-        int left = static_cast<int>(text.size() - pos);
-        int n = std::min(std::min(want, size), left);
+        int want = sizes[std::min(next++, sizes.size() - 1)];
+        int n = std::min({want, size, static_cast<int>(text.size() - pos)});
         memcpy(buffer, text.data() + pos, static_cast<size_t>(n));
         pos += static_cast<size_t>(n);
         return n;
@@ -115,20 +107,13 @@ private:
     size_t pos = 0;
 };
 
-// Line (from 1) and column (from 0) of the first occurrence of `needle`,
-// counted the way expat counts them in plain ASCII text.
+// Line (from 1) and column (from 0) of the first `needle` in plain ASCII
+// `text`, counted as expat counts them.
 inline std::pair<int, int> PositionOf(const std::string& text, const std::string& needle) {
-    size_t at = text.find(needle);
-    int line = 1;
-    int column = 0;
-    for (size_t i = 0; i < at && i < text.size(); ++i) {
-        if (text[i] == '\n') {
-            ++line;
-            column = 0;
-        } else {
-            ++column;
-        }
-    }
+    std::string before = text.substr(0, text.find(needle));
+    size_t lineStart = before.rfind('\n');
+    int line = 1 + static_cast<int>(std::count(before.begin(), before.end(), '\n'));
+    int column = static_cast<int>(lineStart == std::string::npos ? before.size() : before.size() - lineStart - 1);
     return {line, column};
 }
 

@@ -5,7 +5,6 @@
 
 #include <random>
 #include <string>
-#include <vector>
 
 #include "orvil/xmlreader.h"
 #include "xml/xml_text.h"
@@ -17,52 +16,31 @@ using xmltest::Tree;
 namespace {
 
 void AppendUtf8(std::string& out, unsigned long code) {
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800) {
-        out += static_cast<char>(0xC0 | (code >> 6));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-        out += static_cast<char>(0xE0 | (code >> 12));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-        out += static_cast<char>(0xF0 | (code >> 18));
-        out += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (code & 0x3F));
-    }
+    int extra = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+    static const unsigned char leads[] = {0x00, 0xC0, 0xE0, 0xF0};
+    out += static_cast<char>(leads[extra] | (code >> (6 * extra)));
+    for (int i = extra - 1; i >= 0; --i) out += static_cast<char>(0x80 | ((code >> (6 * i)) & 0x3F));
 }
 
-// A code point that XML allows in text, drawn from ASCII, the rest of
-// Latin-1, the basic plane and beyond; never markup characters.
-unsigned long RandomCharacter(std::mt19937& rng) {
-    for (;;) {
-        unsigned long code;
-        switch (rng() % 4) {
-        case 0: code = 0x20 + rng() % 0x5F; break;
-        case 1: code = 0xA0 + rng() % 0x60; break;
-        case 2: code = 0x100 + rng() % 0xD700; break;
-        default: code = 0x10000 + rng() % 0xFFFFF; break;
-        }
-        if (code == '<' || code == '&' || code == '\'' || code == '"' || code == '>') continue;
-        return code;
+// A random text of characters XML allows, without markup characters, from
+// ASCII, the rest of Latin-1, the basic plane and beyond, in UTF-8, and
+// what the engine must hold of it.
+std::pair<std::string, std::string> RandomText(std::mt19937& rng) {
+    std::pair<std::string, std::string> text;
+    for (int i = static_cast<int>(rng() % 30); i > 0; --i) {
+        static const unsigned long bases[] = {0x20, 0xA0, 0x100, 0x10000};
+        static const unsigned long spans[] = {0x5F, 0x60, 0xD700, 0xFFFFF};
+        int kind = static_cast<int>(rng() % 4);
+        unsigned long code = bases[kind] + rng() % spans[kind];
+        if (code == '<' || code == '&' || code == '\'') continue;
+        AppendUtf8(text.first, code);
+        text.second += code < 256 ? static_cast<char>(code) : '?';
     }
+    return text;
 }
 
-// A random text in UTF-8 and what the engine must hold of it.
-std::pair<std::string, std::string> RandomText(std::mt19937& rng, int length) {
-    std::string utf8, latin1;
-    for (int i = 0; i < length; ++i) {
-        unsigned long code = RandomCharacter(rng);
-        AppendUtf8(utf8, code);
-        latin1 += code < 256 ? static_cast<char>(code) : '?';
-    }
-    return {utf8, latin1};
-}
-
-// Reads `document` against <d a=...>text</d> and gives back the attribute
-// `a` and the element's text as the handler saw them.
+// Reads <d a=...>text</d>: the attribute `a` and the element's text as the
+// handler saw them.
 struct Reading {
     bool ok = false;
     std::string attribute, content, unescaped;
@@ -74,8 +52,8 @@ Reading Read(const std::string& document) {
     Tree tree;
     XmlBinding* d = tree.Add("d", 0);
     d->AddAttribute("a", false);
-    tree.HandlerOf(d)->onStart = [&](IXmlReader* r) { r->GetAttribute("a", result.attribute); };
-    tree.HandlerOf(d)->onEnd = [&](IXmlReader* r) {
+    tree.HandlerOf(d).onStart = [&](IXmlReader* r) { r->GetAttribute("a", result.attribute); };
+    tree.HandlerOf(d).onEnd = [&](IXmlReader* r) {
         result.content = r->GetContent();
         r->GetUnescapedContent(result.unescaped);
     };
@@ -89,39 +67,26 @@ Reading Read(const std::string& document) {
 TEST(XmlText, Utf8BecomesLatin1WithQuestionMarks) {
     std::mt19937 rng(5);
     for (int round = 0; round < 400; ++round) {
-        auto text = RandomText(rng, static_cast<int>(rng() % 30));
+        auto text = RandomText(rng);
         std::string converted = text.first;
         fromUTF8(converted);
         ASSERT_EQ(converted, text.second);
-        // The same through a document, in an attribute and in element text.
-        auto other = RandomText(rng, static_cast<int>(rng() % 30));
+        auto other = RandomText(rng);
         Reading r = Read("<d a='" + text.first + "'>" + other.first + "</d>");
         ASSERT_TRUE(r.ok);
         EXPECT_EQ(r.attribute, text.second);
         EXPECT_EQ(r.content, other.second);
     }
-}
-
-TEST(XmlText, DamagedSequencesBecomeQuestionMarks) {
-    const std::pair<std::string, std::string> cases[] = {
-        {"plain", "plain"},
-        {"", ""},
-        {"\xC3\xA9t\xC3\xA9", "\xE9t\xE9"},
-        {"\xCE\xB1", "?"},                 // Greek alpha
-        {"x\xC3", "x?"},                   // cut at the end
-        {"\xC3x", "?x"},                   // cut before a plain byte
-        {"\xE2\x82", "?"},                 // three-byte sequence missing one
-        {"\x80\xBF", "??"},                // stray continuation bytes
-        {"\xF8\x88\x80\x80\x80", "?"},     // five-byte form
-        {"\xFC\x84\x80\x80\x80\x80", "?"}, // six-byte form
-        {"\xC2\xA0\xC3\xBF", "\xA0\xFF"},  // both ends of the upper half
+    // Damaged sequences, which expat never delivers, still give "?".
+    const std::pair<std::string, std::string> damaged[] = {
+        {"x\xC3", "x?"}, {"\xC3x", "?x"}, {"\xE2\x82", "?"}, {"\x80\xBF", "??"},
+        {"\xF8\x88\x80\x80\x80", "?"}, {"\xC2\xA0\xC3\xBF", "\xA0\xFF"},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : damaged) {
         std::string text = c.first;
         fromUTF8(text);
         EXPECT_EQ(text, c.second) << c.first;
     }
-    EXPECT_EQ(XmlLatin1(nullptr), "");
 }
 
 TEST(XmlText, EntitiesExpandAsExpatExpandsThem) {
@@ -131,11 +96,9 @@ TEST(XmlText, EntitiesExpandAsExpatExpandsThem) {
     ASSERT_TRUE(r.ok);
     EXPECT_EQ(r.attribute, "<&>\"'A?w\xF8rld");
     EXPECT_EQ(r.content, "<a> \xE9?w\xF8rld&amp;");
-
-    // Attribute values have their whitespace normalised by expat; element
-    // text keeps it, with line ends made single newlines.
+    // Attribute whitespace is normalised; element text keeps it, with line
+    // ends made single newlines.
     r = Read("<d a='x\ty\nz'>1\r\n2\r3</d>");
-    ASSERT_TRUE(r.ok);
     EXPECT_EQ(r.attribute, "x y z");
     EXPECT_EQ(r.content, "1\n2\n3");
 
@@ -148,36 +111,30 @@ TEST(XmlText, EntitiesExpandAsExpatExpandsThem) {
         r = Read(c.first);
         EXPECT_FALSE(r.ok) << c.first;
         ASSERT_EQ(r.errors.problems.size(), 1u) << c.first;
-        EXPECT_EQ(r.errors.problems[0].text, c.second) << c.first;
-        EXPECT_EQ(r.errors.problems[0].line, 1);
+        EXPECT_EQ(r.errors.problems[0].text, c.second);
     }
 }
 
 TEST(XmlText, UnescapingUndoesBackslashSequences) {
     const std::pair<std::string, std::string> cases[] = {
-        {"a\\nb", "a\nb"}, {"\\t", "\t"}, {"\\\\", "\\"}, {"\\q", "q"}, {"end\\", "end\\"},
-        {"\\\\n", "\\n"},  {"", ""},      {"\\", "\\"},   {"\\\\\\", "\\\\"},
+        {"a\\nb", "a\nb"}, {"\\q", "q"}, {"end\\", "end\\"}, {"\\\\n", "\\n"}, {"\\", "\\"},
     };
     for (const auto& c : cases) {
         std::string out = "stale";
         XmlUnescape(c.first, out);
         EXPECT_EQ(out, c.second) << c.first;
     }
-    // Escaping backslashes, newlines and tabs and then unescaping gives the
-    // text back, also through the reader.
+    // Escaping backslashes, newlines and tabs and unescaping after reading
+    // gives the text back.
     std::mt19937 rng(8);
     const char alphabet[] = {'a', 'n', 't', '\\', '\n', '\t', ' '};
     for (int round = 0; round < 300; ++round) {
         std::string original, escaped;
-        int length = static_cast<int>(rng() % 20);
-        for (int i = 0; i < length; ++i) {
+        for (int i = static_cast<int>(rng() % 20); i > 0; --i) {
             char c = alphabet[rng() % sizeof alphabet];
             original += c;
             escaped += c == '\n' ? "\\n" : c == '\t' ? "\\t" : c == '\\' ? "\\\\" : std::string(1, c);
         }
-        std::string out;
-        XmlUnescape(escaped, out);
-        ASSERT_EQ(out, original) << escaped;
         Reading r = Read("<d>" + escaped + "</d>");
         ASSERT_TRUE(r.ok);
         ASSERT_EQ(r.unescaped, original) << escaped;
