@@ -154,8 +154,8 @@ int nodeValue_GetEvidence(void* nodeValue);
  * that the node's table rules out given its parents' evidence (logged as
  * "Outcome [..] of node [..] is impossible"); -26 when it contradicts an
  * outcome deduced from other evidence, or forces one that contradicts
- * other evidence (logged); -51 for a kind without outcomes. On failure the
- * node is left without evidence. */
+ * other evidence (logged); -51 for a kind without outcomes. A refused
+ * observation is not kept, and an observation it was to replace is gone. */
 int nodeValue_SetEvidence(void* nodeValue, int theEvidence);
 /* Removes the node's observed outcome, or else its likelihood vector. 0;
  * -2 when it has neither (deduced outcomes are not removed this way); -51
