@@ -168,9 +168,9 @@ int QEL_network::RelevanceEvidenceSet(int handle) {
     if (!RelevanceOn(QEL_EVENT_EVIDENCE_SET)) return QEL_OKAY;
     if (!Ok(handle)) return QEL_OUT_OF_RANGE;
     if (DefinitionType(handle) == qel_equationType) return RelevanceContEvidenceChanged(handle);
-    QEL_nodeValue* value = nodes[handle].node->Value();
-    const int outcome = value->GetEvidence();
-    int rc = CheckOutcomePossible(handle, outcome);
+    const QEL_nodeValue* value = nodes[handle].node->Value();
+    if (value == nullptr) return QEL_OUT_OF_RANGE;
+    int rc = CheckOutcomePossible(handle, value->GetEvidence());
     if (rc != QEL_OKAY) return rc;
     MarkEvidenceAncestors();
     int decisionTouched = 0;

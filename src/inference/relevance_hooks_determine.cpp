@@ -93,8 +93,8 @@ int QEL_network::DetermineChildren(int handle) {
         EvidenceCoordinates(child, 0, coordinates);
         const int last = coordinates.GetSize() - 1;
         const int outcomes = table->GetSizeOfLastDimension();
-        // Every outcome is tested, also after a hit: a second certain outcome
-        // can only mean a conflict, which ConcludeOutcome reports.
+        // The search goes on after a hit; in a table whose columns sum to one
+        // no second outcome can be certain as well.
         for (int s = 0; s < outcomes; s++) {
             coordinates[last] = s;
             if (table->CheckElements(1.0, coordinates) != 1) continue;

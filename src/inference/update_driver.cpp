@@ -29,6 +29,13 @@ int LogMissingEngine(const char* kind, int number) {
     return QEL_errorH().LogError(QEL_OUT_OF_RANGE, message);
 }
 
+int LogUnfitLikelihood(const char* id) {
+    char message[256];
+    std::snprintf(message, sizeof message,
+                  "Likelihood vector of node [%s] does not fit its outcomes.", id != nullptr ? id : "");
+    return QEL_errorH().LogError(QEL_OUT_OF_RANGE, message);
+}
+
 // Removes the temporary children when the engine run ends, however it ends,
 // with the hooks off, and leaves the relevance flag as it found it.
 class TemporaryNodes {
@@ -159,7 +166,8 @@ int QEL_network::AddVirtualEvidenceNodes(const QEL_intArray& sources, QEL_intArr
         if (rc != QEL_OKAY) return rc;
         QEL_Dmatrix* table = GetNode(child)->Definition()->GetMatrix();
         if (table == nullptr || table->GetSize() != 2 * static_cast<int>(likelihood.size())) {
-            return QEL_OUT_OF_RANGE;
+            // The node's outcomes changed after the vector was stored.
+            return LogUnfitLikelihood(GetNode(source)->GetId());
         }
         // The normalised likelihood serves as P(child observed | outcome i):
         // only the ratios between its entries matter to the posterior.
