@@ -4,9 +4,16 @@
 // fastest. Observed variables are pinned to their outcome, so only the
 // configurations that agree with the hard evidence are visited for the
 // posteriors; a second pass without pinning gives P(virtual evidence).
+// Networks are read into the same plain model first.
 #include "brute_force.h"
 
 #include <cstddef>
+
+#include "orvil/dmatrix.h"
+#include "orvil/network.h"
+#include "orvil/node.h"
+#include "orvil/nodedefinition.h"
+#include "orvil/nodevalue.h"
 
 namespace orvil_test {
 
@@ -121,12 +128,6 @@ BruteResult BruteForce(const BruteModel& model) {
 }  // namespace orvil_test
 
 // ---- Reading a network ----
-
-#include "orvil/dmatrix.h"
-#include "orvil/network.h"
-#include "orvil/node.h"
-#include "orvil/nodedefinition.h"
-#include "orvil/nodevalue.h"
 
 namespace orvil_test {
 
