@@ -6,7 +6,10 @@
 // n by (n - 1) table of neighbour lists, so that both "are a and b linked"
 // and "walk the neighbours of a" are direct, and removing a node from a list
 // is a swap with the list's last entry. Observed nodes stay in the graph with
-// one state, so they cost nothing in the size measure. Each step removes the
+// one state, so they cost nothing in the size measure; their arcs to their
+// children carry nothing (each child's table is read at the observed slice)
+// and are left out of the moral graph, as relevance reasoning would have cut
+// them. Each step removes the
 // simplicial nodes, then eliminates the node whose clique would be smallest;
 // the running total of clique sizes is checked as it grows, so a hopeless
 // triangulation stops early. The result is the cliques, linked into a tree.

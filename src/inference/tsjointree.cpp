@@ -92,6 +92,11 @@ void TsJoinTree::FindHosts() {
     for (int v = 0; v < n; ++v) {
         if (adapter.GetMatrix(v) == nullptr) continue;
         adapter.GetParents(v, parents);
+        // Observed parents were left out of the graph: the table is read at
+        // their observed slice wherever it goes.
+        for (int& p : parents) {
+            if (p >= 0 && adapter.GetEvidence(p) >= 0) p = -1;
+        }
         for (int h = start[size_t(v)]; h < start[size_t(v) + 1]; ++h) {
             if (holders[size_t(h)]->CanHost(v, parents)) {
                 holders[size_t(h)]->Host(v);

@@ -76,6 +76,11 @@ void TsTriangulator::Moralize() {
     fastarray<int, 24, int> parents;
     for (int i = 0; i < nodeCount; ++i) {
         adapter.GetParents(i, parents);
+        // An observed parent is a fixed slice of this node's table, not a
+        // dependence: the arc carries nothing and is left out, as if cut.
+        for (int& p : parents) {
+            if (p >= 0 && adapter.GetEvidence(p) >= 0) p = -1;
+        }
         for (int p : parents) {
             if (p >= 0) Link(i, p);
         }

@@ -70,7 +70,8 @@ public:
 
 std::set<int> NodesOf(const TsClique& c) { return std::set<int>(c.nodes.items, c.nodes.items + c.nodes.count); }
 
-// On random pieces with evidence: families lie in cliques, separators are
+// On random pieces with evidence: families lie in cliques (observed parents
+// aside, whose arcs carry nothing), separators are
 // exactly what a clique shares with the cliques made after it and lie in the
 // parent, the cliques holding any node form one subtree, sizes are the
 // products of the state counts (one for an observed node), lists are sorted.
@@ -120,8 +121,10 @@ TEST(TriangulatorTest, RandomPiecesGiveJoinTrees) {
             }
         }
         for (int v = 0; v < n; ++v) {
-            std::set<int> family(spec.parents[size_t(v)].begin(), spec.parents[size_t(v)].end());
-            family.insert(v);
+            std::set<int> family{v};
+            for (int p : spec.parents[size_t(v)]) {
+                if (spec.evidence[size_t(p)] < 0) family.insert(p);
+            }
             bool held = false;
             std::vector<const TsClique*> holders;
             for (const TsClique* clique : t.cliques) {
@@ -176,9 +179,9 @@ TEST(TriangulatorTest, GreedyChoiceTakesSmallestThenLowest) {
 
 // The hard limits: a complete graph of 30 binary nodes is one clique of
 // 2^30 cells, within the cap but over the default budget; 31 such nodes
-// exceed the cap; 31 nodes of which 20 are observed are small but do not fit
-// the 30 places of a clique.
-TEST(TriangulatorTest, CliqueCapAndNodeLimit) {
+// exceed the cap; 31 nodes of which 20 have a single state are small but do
+// not fit the 30 places of a clique.
+TEST(TriangulatorTest, CliqueCapNodeLimitAndObservedParents) {
     auto complete = [](int n) {
         std::vector<std::vector<int>> parents(static_cast<size_t>(n));
         for (int i = 0; i < n; ++i) {
@@ -205,22 +208,40 @@ TEST(TriangulatorTest, CliqueCapAndNodeLimit) {
         EXPECT_FALSE(open.Run(0xffffffffu).ok);
     }
     {
+        // Twenty single-state nodes keep the product small but not the count.
         const auto parents = complete(31);
-        ModelSpec spec = Structure(std::vector<int>(31, 2));
-        for (int i = 0; i < 20; ++i) spec.evidence[size_t(i)] = 0;
-        auto piece = BuildStructure(spec, parents);
+        std::vector<int> states(31, 2);
+        std::fill(states.begin(), states.begin() + 20, 1);
+        auto piece = BuildStructure(Structure(states), parents);
         TriangulatorRun open(*piece);
         EXPECT_FALSE(open.Run(0xffffffffu).ok);
     }
     {
         const auto parents = complete(30);
-        ModelSpec spec = Structure(std::vector<int>(30, 2));
+        std::vector<int> states(30, 2);
+        std::fill(states.begin(), states.begin() + 20, 1);
+        auto piece = BuildStructure(Structure(states), parents);
+        TriangulatorRun run(*piece);
+        const Triangulation t = run.Run(0);
+        ASSERT_TRUE(t.ok);
+        ASSERT_EQ(t.cliques.size(), 1u);
+        EXPECT_EQ(t.cliques[0]->size, 1u << 10);
+    }
+    {
+        // Observed nodes lose the arcs to their children: with the first
+        // twenty observed, the rest form one clique of eleven, and each
+        // observed node, whose parents are all observed, stands alone.
+        const auto parents = complete(31);
+        ModelSpec spec = Structure(std::vector<int>(31, 2));
         for (int i = 0; i < 20; ++i) spec.evidence[size_t(i)] = 0;
         auto piece = BuildStructure(spec, parents);
         TriangulatorRun run(*piece);
         const Triangulation t = run.Run(0);
         ASSERT_TRUE(t.ok);
-        EXPECT_EQ(t.cliques[0]->size, 1u << 10);
+        ASSERT_EQ(t.cliques.size(), 21u);
+        int largest = 0;
+        for (const TsClique* clique : t.cliques) largest = std::max(largest, clique->nodes.count);
+        EXPECT_EQ(largest, 11);
     }
 }
 
