@@ -135,7 +135,8 @@ public:
     }
     bool ContainsList() const override { return listItem != nullptr; }
 
-private:
+protected:
+    // Open to bindings that replace an event but still call the members.
     T* object;
     Member start;
     Member end;

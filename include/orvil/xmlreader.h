@@ -140,6 +140,7 @@ private:
     const XmlBinding* ValidateChild(const char* name);
     void EnterElement(const XmlBinding* binding, const char* name, const char** attributes);
     bool ValidateAttributes(const XmlBinding* binding, const char* element, const char** attributes, bool lenient);
+    void CollectListItems(BindingState& state, const char* data, int length);
     void DeliverListItem(BindingState& state);
     const char* FindRawAttribute(const char* name) const;
 

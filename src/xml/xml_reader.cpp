@@ -133,7 +133,8 @@ bool XmlReader::RunParser(IXmlInputStream* stream) {
         XML_Status status = XML_Parse(parser, buffer, got, last);
         if (stopped) return false;
         if (status != XML_STATUS_OK) {
-            OnParseError(XML_ErrorString(XML_GetErrorCode(parser)), true);
+            const char* message = XML_ErrorString(XML_GetErrorCode(parser));
+            OnParseError(message ? message : "XML error", true);
             return false;
         }
         if (last) return true;
@@ -278,23 +279,27 @@ void XmlReader::OnCharacterData(const char* data, int length) {
     // Nobody can ask for the text of a skipped element or of one without a
     // handler, so it is not kept.
     if (top.binding == nullptr || top.binding->GetHandler() == nullptr) return;
-    if (!top.binding->GetHandler()->ContainsList()) {
-        top.content.append(data, static_cast<size_t>(length));
+    if (top.binding->GetHandler()->ContainsList()) {
+        CollectListItems(top, data, length);
         return;
     }
+    top.content.append(data, static_cast<size_t>(length));
+}
+
+void XmlReader::CollectListItems(BindingState& state, const char* data, int length) {
+    // Whitespace ends the item being collected, which may have begun in an
+    // earlier piece of text; an item is handed over only when it is not
+    // empty, so leading and repeated whitespace give nothing.
     const char* p = data;
     const char* end = data + length;
-    if (top.content.empty()) {
-        while (p < end && XmlIsSpace(*p)) ++p;
-    }
     while (p < end) {
         const char* tokenEnd = p;
         while (tokenEnd < end && !XmlIsSpace(*tokenEnd)) ++tokenEnd;
-        top.content.append(p, tokenEnd);
+        state.content.append(p, tokenEnd);
         // A token that runs to the end of the data may go on in the next
         // piece expat delivers, or end at the closing tag.
         if (tokenEnd == end) return;
-        DeliverListItem(top);
+        DeliverListItem(state);
         if (stopped) return;
         p = tokenEnd;
         while (p < end && XmlIsSpace(*p)) ++p;
