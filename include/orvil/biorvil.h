@@ -75,6 +75,16 @@ const char* test(const char* arg);
 
 /* ---- Files, inference and settings ---- */
 
+/* Reads the model file `fileName` into the network, replacing its nodes;
+ * the format comes from the extension ("bif", ...; the case is ignored).
+ * The status is dropped: a failure shows only in the error log (for
+ * instance "Unknown File Format" for an extension of no format, with the
+ * network untouched, or the reader's message with what it had built). */
+void ReadFile(void* net, const char* fileName);
+/* Writes the network to `fileName` in the format of its extension. The
+ * status is dropped; failures are logged as for ReadFile. */
+void WriteFile(void* net, const char* fileName);
+
 /* Computes beliefs for the network's current evidence with the engine the
  * model calls for (by default, for a plain network, algorithm 0, the join
  * tree), writing them into the node values and marking them valid. The
@@ -330,6 +340,46 @@ const char* userProperties_GetPropertyValue(void* userProperties, int index);
 int userProperties_DeleteProperty(void* userProperties, int thisOne);
 
 /* ---- Submodels ---- */
+
+/* Submodels group nodes in a tree under the root submodel (handle 0x4000),
+ * which stands for the whole network. A submodel handle is an int with the
+ * 0x4000 bit set; it stays fixed while the submodel lives. Submodel ids
+ * share one name space with node ids. */
+
+/* Makes a submodel with id `thisId` inside `theParent`. Its handle; -2 when
+ * `theParent` names no submodel; -30 for an id that is no valid identifier
+ * (logged as "Illegal identifier"); -32 when a node or submodel has it. */
+int submodel_CreateSubmodel(void* net, int theParent, const char* thisId);
+/* Deletes a submodel; its nodes and submodels move to its parent. 0; -2
+ * for the root or a handle that names no submodel. */
+int submodel_DeleteSubmodel(void* net, int handler);
+/* The handle of the submodel with id `withThisID` (the network's own id
+ * gives the root), or -2. */
+int submodel_FindSubmodel(void* net, const char* withThisID);
+/* The handle of the submodel that holds `ofThisSubmodel`; -2 for the root
+ * or a handle that names no submodel. */
+int submodel_GetParent(void* net, int ofThisSubmodel);
+/* Puts `thisSubmodel` inside `intoThisSubmodel`. 0; -2 when either names no
+ * submodel, `thisSubmodel` is the root, or the target is `thisSubmodel`
+ * itself or lies inside it. */
+int submodel_MoveSubmodel(void* net, int thisSubmodel, int intoThisSubmodel);
+/* The submodel (a `submodel` handle owned by the network), or null when
+ * `handler` names none. */
+void* submodel_GetSubmodel(void* net, int handler);
+/* The submodel's header (id, name, comment) and screen record, members of
+ * the submodel. Setting a submodel's id through its header is not checked
+ * against the ids in use. */
+void* submodel_Header(void* submodel);
+void* submodel_ScreenInfo(void* submodel);
+/* New int arrays, owned by the caller (release them with delete_intArray),
+ * in ascending handle order: the submodels directly inside
+ * `inThisSubmodel`; the nodes directly inside it; the submodels at any
+ * depth inside it; the nodes at any depth inside it. Empty when
+ * `inThisSubmodel` names no submodel. */
+void* submodel_GetIncludedSubmodels(void* net, int inThisSubmodel);
+void* submodel_GetIncludedNodes(void* net, int inThisSubmodel);
+void* submodel_GetDeepIncludedSubmodels(void* net, int inThisSubmodel);
+void* submodel_GetDeepIncludedNodes(void* net, int inThisSubmodel);
 
 /* ---- Error log ---- */
 

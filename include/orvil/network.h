@@ -18,6 +18,7 @@
 #ifndef ORVIL_NETWORK_H
 #define ORVIL_NETWORK_H
 
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -39,6 +40,7 @@ class QEL_errorStringHandler;
 class QEL_jptStore;
 class QEL_Dmatrix;
 class QEL_updateBeliefsListener;
+class QEL_fileFormat;
 
 // Kinds of arc. Cost arcs are kept in lists of their own and have no effect
 // on probabilities.
@@ -60,6 +62,20 @@ const int QEL_ENTRY_LEAF_SEEN = 0x40;
 const int QEL_READ_ACTIVE = 1;
 const int QEL_READ_NO_CYCLE_TEST = 2;
 const int QEL_READ_NO_ID_TEST = 4;
+
+// File format numbers of ReadFile and WriteFile. 0 picks the format by the
+// file's extension (given after each number); a format without a reader
+// and writer in this build fails with a logged message.
+const int QEL_FORMAT_BY_EXTENSION = 0;
+const int QEL_FORMAT_ERGO = 1;      // "erg"
+const int QEL_FORMAT_NETICA = 2;    // "dne"
+const int QEL_FORMAT_MICROSOFT = 3; // "dsc"
+const int QEL_FORMAT_QEL = 4;       // "qel", the native text format
+const int QEL_FORMAT_HUGIN = 5;     // "net"
+const int QEL_FORMAT_XML03 = 6;     // "xml03"
+const int QEL_FORMAT_KI = 7;        // "dxp"
+const int QEL_FORMAT_NATIVE = 8;    // "xqel", "qqel", the native XML format
+const int QEL_FORMAT_BIF = 9;       // "bif"
 
 // One slot of the node table.
 class QEL_nodeEntry : public QEL_object {
@@ -102,6 +118,8 @@ public:
     QEL_network(int initialSize, int growth);
     // A full copy of `other`, temporal data included (Copy).
     QEL_network(const QEL_network& other);
+    // A lean working copy of `other` (FastCopy). The flag has no effect.
+    QEL_network(QEL_network& other, bool fast);
     QEL_network& operator=(const QEL_network&) = delete;
     // Destroys the nodes and every owned member.
     ~QEL_network() override;
@@ -123,10 +141,89 @@ public:
     // listener are not copied. 0; -567 when `source` is not ready; -42 when
     // the table cannot be made.
     int Copy(const QEL_network& source, bool dropTemporal);
+    // Makes this network a lean working copy of `source` for algorithms
+    // that need no descriptive data: the same slots, arcs, tables, values
+    // and settings, but nodes without ids or descriptive records (nothing
+    // that looks a node up by id works on it), and no submodels, cases,
+    // creation record or temporal data. The network is marked ready without
+    // a readiness pass. 0; -42 when the table cannot be made.
+    int FastCopy(QEL_network& source);
+    // Empties the network before a file is read into it: destroys every
+    // node and submodel, keeps the table's size, and resets the counts and
+    // sample numbers. Algorithm choices, flags, relevance events, creation
+    // record, properties and documentation stay, and so do the slots' cost
+    // lists, flags and temporal types (AddNode clears the last two when it
+    // reuses a slot). Returns 0.
+    int Flush();
     // Readiness pass: with `deep`, checks the records, the submodels and
     // each node deeply. A node that is not ready is deleted. Returns 0, or
     // -567 when a deletion failed.
     int CheckReadiness(int deep = 0) override;
+    // Consistency pass: with `deep`, checks the properties, the submodels
+    // and each node deeply. Every node that is not consistent is logged
+    // (-568, "ERROR: Node [id] is not consistent. Inference may not be
+    // correct"); the network is consistent only when none was. 0, or -568.
+    int CheckConsistency(int deep = 0) override;
+
+    // ---- Files ----
+    // Reads the file `name` into the network in file format `format` (0:
+    // by the extension of `name`). `extension` is handed to the format's
+    // reader untouched, if not null. The network is emptied first (Flush);
+    // a successful read ends with the readiness pass, which deletes nodes
+    // that are not ready, and the consistency pass. 0, or the reader's
+    // failure, with the network as the reader left it; -2 (logged as
+    // "Unknown File Format") for a format number or extension that names
+    // no format, and -2 (logged) for a format this build cannot read; in
+    // both cases the network is untouched.
+    int ReadFile(const char* name, int format, void* extension);
+    // Writes the network to the file `name` in file format `format` (0: by
+    // extension). 0, or the writer's failure; -2 (logged as "Writing to KI
+    // file format not supported.") for format 7, and -2 (logged) for a
+    // format that names none or that this build cannot write.
+    int WriteFile(const char* name, int format, void* extension);
+    // Reads a model in the native XML format from `text`, as ReadFile does
+    // from a file. -2 (logged) while the native format is not part of the
+    // build, with the network untouched.
+    int ReadString(const char* text, void* extension);
+    // Writes the network in the native XML format into `text`. -2 (logged)
+    // while the native format is not part of the build.
+    int WriteString(std::string& text, void* extension);
+    // The reader for format `format` (0: chosen by the extension of `name`,
+    // and `format` is set to the number found, or to -2), made for this
+    // network and owned by the caller; null (logged) when there is none.
+    QEL_fileFormat* CreateFileFormat(const char* name, int& format);
+    // Opens a read: empties the network (Flush), switches the relevance
+    // hooks off and marks the read as going on; a reader that makes its
+    // identifiers unique, or refuses cycles, itself switches the network's
+    // tests off too. Returns the relevance events to hand to EndRead.
+    template <class Reader>
+    int BeginRead(const Reader& reader) {
+        return BeginRead(reader.SuppressIdInUse(), reader.SuppressAcyclic());
+    }
+    int BeginRead(bool suppressIdInUse, bool suppressAcyclic);
+    // Closes a read opened by BeginRead, whose result is `kept`: the read
+    // flags are cleared and the relevance events restored. When `status`
+    // is 0 the readiness and consistency passes run. Returns `status`.
+    int EndRead(int status, int kept);
+
+    // ---- Whole-model operations ----
+    // Makes every node's table uniform and drops deduced outcomes, with the
+    // relevance hooks off for the duration; beliefs become stale. Returns 0.
+    int MakeUniform();
+    // The same for the nodes `handles`. -2 at the first bad handle, with the
+    // earlier nodes changed and the relevance hooks left off, so that a
+    // caller can finish its repair without a walk per node; else 0.
+    int MakeUniform(const std::vector<int>& handles);
+    // Whether the arc parent -> child matters: `necessary` is false when
+    // no column of the child's table moves further than `epsilon` (Hellinger
+    // distance) as the parent's outcome changes. -2 for bad handles; -3
+    // when `parent` is not a parent of `child`; else the definition's
+    // status.
+    int IsArcNecessary(int parent, int child, double epsilon, bool& necessary);
+    // "Orvil <version>@<commit>", the build this library comes from.
+    static void GetBuild(std::string& text);
+    // The comment that files written by the engine carry at their top.
+    static void GetTopComment(std::string& text);
 
     // ---- Table and lookup ----
     // Adds a node of definition `type` with identifier `id` (null: a
