@@ -625,6 +625,9 @@ private:
     void Initialize();
     // Adds growthStep slots, moving the entries. 0, or -42.
     int Grow();
+    // Fills the table (already of the source's size) with the source's
+    // entries and a full, or lean, copy of each node bound to this network.
+    void CopyEntries(const QEL_network& source, bool dropTemporal, bool lean);
     // The slot for a new node. -2 when none is free.
     int FindHole();
     // Puts a new node of `type` into `handle` with id `id`; the slot is

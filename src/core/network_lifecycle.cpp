@@ -1,13 +1,10 @@
-// QEL_network: the whole-model operations that are neither building nor
-// inference. Flush empties a network for a read while keeping its table
-// and settings; FastCopy makes the lean working copy that algorithms take
-// apart freely (no ids, no descriptive records); the consistency pass
-// reports every node whose parts disagree; MakeUniform resets all tables at
-// once with the relevance walk off, since one walk per node would be wasted
-// on a model whose every table changes.
+// QEL_network: the whole-model operations that are neither building,
+// copying nor inference. Flush empties a network for a read while keeping
+// its table and settings; the consistency pass reports every node whose
+// parts disagree; MakeUniform resets all tables at once with the relevance
+// walk off, since one walk per node would be wasted on a model whose every
+// table changes.
 #include <stdio.h>
-
-#include <new>
 
 #include "orvil/casemanager.h"
 #include "orvil/dbn.h"
@@ -27,46 +24,6 @@
 #endif
 
 static const int defaultSamples = 10000;
-
-QEL_network::QEL_network(QEL_network& other, bool) : QEL_object() {
-    Construct();
-    FastCopy(other);
-}
-
-int QEL_network::FastCopy(QEL_network& source) {
-    if (&source == this) return 0;
-    CleanUp(1);
-    nodes = new (std::nothrow) QEL_nodeEntry[source.maxNodes];
-    if (nodes == nullptr) return QEL_OUT_OF_MEMORY;
-    maxNodes = source.maxNodes;
-    for (int h = 0; h < maxNodes; h++) {
-        QEL_nodeEntry& entry = nodes[h];
-        entry = source.nodes[h];
-        if (entry.node == nullptr) continue;
-        entry.node = new QEL_node(*source.nodes[h].node, true);
-        entry.node->SetNetwork(this);
-    }
-    numNodes = source.numNodes;
-    growthStep = source.growthStep;
-    numTargets = source.numTargets;
-    numberOfSamples = source.numberOfSamples;
-    numberOfDiscretizationSamples = source.numberOfDiscretizationSamples;
-    rejectOutliers = source.rejectOutliers;
-    defaultBNAlgorithm = source.defaultBNAlgorithm;
-    defaultIDAlgorithm = source.defaultIDAlgorithm;
-    zeroAvoidance = source.zeroAvoidance;
-    partialOrderValid = false;
-    flags = source.flags;
-    relevanceEvents = source.relevanceEvents;
-    faultNameFormat = source.faultNameFormat;
-    noisyDecompEnabled = source.noisyDecompEnabled;
-    noisyDecompLimit = source.noisyDecompLimit;
-    userProperties = source.userProperties;
-    // Nodes without descriptive records would fail the readiness pass, so
-    // the copy is declared ready as it stands.
-    SetObjectReady();
-    return 0;
-}
 
 int QEL_network::Flush() {
     submodels->Flush();
