@@ -11,8 +11,12 @@
 // the first-level cache while every operand is applied to it. Each operand
 // walks its chunk with an inner odometer (the leading dimensions) and moves on
 // to the next chunk with an outer one (the remaining dimensions), so no
-// coordinates are kept anywhere. The cell-by-cell arithmetic and its order are
-// those of whole-matrix walks, so the results are the same to the last bit.
+// coordinates are kept anywhere. Products are formed in the order the
+// operands were added. A sum whose every cell of a chunk goes to one target
+// cell (a node, or a separator, on the outer dimensions only) gets the
+// chunk's total, taken once per chunk for all such sums and added up in four
+// interleaved partial sums: one addition per chunk instead of a chain of
+// thousands, and no less accurate than adding cell by cell.
 #ifndef ORVIL_INFERENCE_TS_PASS_H
 #define ORVIL_INFERENCE_TS_PASS_H
 
@@ -38,6 +42,8 @@ public:
         sumInto,     // operand += dense
         copyInto,    // operand = dense
         fillOne,     // dense = 1.0; takes no operand
+        sumTotal,    // operand += the chunk's total (a sumInto that sees
+                     // the whole chunk in one cell)
     };
 
     // Starts a pass over a potential with dimension sizes `dims` (first
@@ -47,7 +53,8 @@ public:
     // coordinates c is base + sum(c[i] * strides[i]). Operands act in the
     // order added.
     void Add(Kind kind, const double* base, const int64_t* strides);
-    // Adds a sumInto or copyInto operand, laid out the same way.
+    // Adds a sumInto or copyInto operand, laid out the same way. Operands
+    // that read the potential come after those that build it.
     void AddTarget(Kind kind, double* base, const int64_t* strides);
     // Adds a fillOne step.
     void AddFill();

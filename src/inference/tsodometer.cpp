@@ -80,26 +80,24 @@ struct MarginalizeRun {
             return;
         }
         // Each run is a sum into its own cell. A chain of additions waits on
-        // itself, so four runs are summed side by side; every cell still gets
-        // its additions in the order of the dense side.
+        // itself, so up to four runs are summed side by side; every cell
+        // still gets its additions in the order of the dense side.
         int j = 0;
-        for (; j + 4 <= runs; j += 4, d += 4 * n, s += 4 * hop) {
-            double a0 = s[0];
-            double a1 = s[hop];
-            double a2 = s[2 * hop];
-            double a3 = s[3 * hop];
-            for (int i = 0; i < n; ++i) {
-                a0 += d[i];
-                a1 += d[n + i];
-                a2 += d[2 * n + i];
-                a3 += d[3 * n + i];
-            }
-            s[0] = a0;
-            s[hop] = a1;
-            s[2 * hop] = a2;
-            s[3 * hop] = a3;
+        for (; j + 4 <= runs; j += 4, d += 4 * n, s += 4 * hop) SideBySide<4>(d, s, n, hop);
+        if (runs - j == 3) SideBySide<3>(d, s, n, hop);
+        if (runs - j == 2) SideBySide<2>(d, s, n, hop);
+        if (runs - j == 1) Run(d, s, n, 0);
+    }
+
+    // Sums G runs of `n` cells, each into its own strided cell.
+    template <int G>
+    static void SideBySide(const double* d, double* s, int n, std::ptrdiff_t hop) {
+        double acc[G];
+        for (int g = 0; g < G; ++g) acc[g] = s[g * hop];
+        for (int i = 0; i < n; ++i) {
+            for (int g = 0; g < G; ++g) acc[g] += d[g * n + i];
         }
-        RunByRun(*this, d, s, n, runs - j, step, hop);
+        for (int g = 0; g < G; ++g) s[g * hop] = acc[g];
     }
 };
 
