@@ -494,9 +494,10 @@ std::string Cell(const JsonValue* v, const char* key = nullptr)
         v = v->Find(key);
     if (v == nullptr || v->kind != JsonValue::kNumber)
         return "-";
+    double x = v->number;
+    const char* format = std::fabs(x) >= 100.0 ? "%.0f" : x != 0.0 && std::fabs(x) < 1e-3 ? "%.1e" : "%.3g";
     char buffer[32];
-    std::snprintf(buffer, sizeof buffer, v->number != 0.0 && std::fabs(v->number) < 1e-3 ? "%.1e" : "%.3g",
-                  v->number);
+    std::snprintf(buffer, sizeof buffer, format, x);
     return buffer;
 }
 
