@@ -224,6 +224,15 @@ public:
     static void GetBuild(std::string& text);
     // The comment that files written by the engine carry at their top.
     static void GetTopComment(std::string& text);
+    // Settings kept with the model and saved with it: rejection of outlying
+    // samples in equation sampling, and noisy decomposition with its limit
+    // (4 by default). Stored unchecked.
+    bool IsRejectOutliersEnabled() const { return rejectOutliers; }
+    void EnableRejectOutliers(bool on) { rejectOutliers = on; }
+    bool IsNoisyDecompEnabled() const { return noisyDecompEnabled; }
+    void EnableNoisyDecomp(bool on) { noisyDecompEnabled = on; }
+    int GetNoisyDecompLimit() const { return noisyDecompLimit; }
+    void SetNoisyDecompLimit(int limit) { noisyDecompLimit = limit; }
 
     // ---- Table and lookup ----
     // Adds a node of definition `type` with identifier `id` (null: a

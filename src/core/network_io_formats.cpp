@@ -11,6 +11,7 @@
 #include "orvil/bif.h"
 #include "orvil/errors.h"
 #include "orvil/network.h"
+#include "orvil/xqelspeaker.h"
 
 namespace {
 
@@ -47,6 +48,7 @@ int QEL_formatFromFileName(const char* fileName) {
 
 QEL_fileFormat* QEL_createSpeaker(int format, QEL_network* net) {
     if (format == QEL_FORMAT_BIF) return new QEL_speakerFormat<QEL_bifSpeaker>(net);
+    if (format == QEL_FORMAT_NATIVE) return new QEL_speakerFormat<QEL_xqelSpeaker>(net);
     const char* extension = ExtensionOf(format);
     if (extension == nullptr) {
         QEL_errorH().LogError(QEL_OUT_OF_RANGE, "Unknown File Format");
