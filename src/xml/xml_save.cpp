@@ -32,7 +32,11 @@ void XmlNetworkSaver::DoSave() {
     }
     PushRootAttributes();
     OpenElement("orvil");
-    if (network->UserProperties().GetNumberOfProperties() > 0) SaveProperties(network->UserProperties());
+    if (network->UserProperties().GetNumberOfProperties() > 0) {
+        OpenElement("properties");
+        SaveProperties(network->UserProperties());
+        CloseElement("properties");
+    }
     SaveNodes();
     SaveObservationCosts();
     if (extension != nullptr) {
