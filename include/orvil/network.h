@@ -182,11 +182,10 @@ public:
     // format that names none or that this build cannot write.
     int WriteFile(const char* name, int format, void* extension);
     // Reads a model in the native XML format from `text`, as ReadFile does
-    // from a file. -2 (logged) while the native format is not part of the
-    // build, with the network untouched.
+    // from a file. 0, or the reader's failure.
     int ReadString(const char* text, void* extension);
-    // Writes the network in the native XML format into `text`. -2 (logged)
-    // while the native format is not part of the build.
+    // Writes the network in the native XML format to `text` (appended).
+    // 0, or the writer's failure.
     int WriteString(std::string& text, void* extension);
     // The reader for format `format` (0: chosen by the extension of `name`,
     // and `format` is set to the number found, or to -2), made for this

@@ -156,11 +156,11 @@ static void SettingsAndRecords(void* net, const int* h)
     screenInfo_releaseFormatting(before);
 }
 
+/* A repeated id is refused, and the outcomes and table stay as they were. */
 static void OutcomeReorderRefusesRepeatedIds(void* net, const int* h)
 {
     void* definition = Definition(net, h[SMOKE]);
     const char* repeated[] = {"no", "no"};
-    const char* swapped[] = {"no", "yes"};
     int order[] = {1, 0};
     const char** names;
 
@@ -169,14 +169,7 @@ static void OutcomeReorderRefusesRepeatedIds(void* net, const int* h)
     CHECK(nodeDefinition_GetNumberOfOutcomes(definition) == 2);
     CHECK(strcmp(names[0], "yes") == 0 && strcmp(names[1], "no") == 0);
     CHECK(order[0] == 1 && order[1] == 0);
-
-    CHECK(nodeDefinition_ChangeOrderOfOutcomesWithAddAndRemove(definition, 2, swapped, 2, order) == 0);
-    names = stringArray_Items(nodeDefinition_GetOutcomesNames(definition));
-    CHECK(strcmp(names[0], "no") == 0 && strcmp(names[1], "yes") == 0);
-    CHECK(order[0] == 1 && order[1] == 0);
-    CHECK(nodeDefinition_ChangeOrderOfOutcomes(definition, 2, order) == 0);
-    names = stringArray_Items(nodeDefinition_GetOutcomesNames(definition));
-    CHECK(strcmp(names[0], "yes") == 0);
+    ExpectBeliefs(net, h, posteriorYes, "after the refused reorder");
 }
 
 static void Submodels(void* net, const int* h)
@@ -201,12 +194,7 @@ static void Submodels(void* net, const int* h)
 
     header_SetName(submodel_Header(submodel_GetSubmodel(net, group)), "Lung diseases");
     CHECK(strcmp(header_GetName(submodel_Header(submodel_GetSubmodel(net, group))), "Lung diseases") == 0);
-    rectangle_width_set(screenInfo_position(submodel_ScreenInfo(submodel_GetSubmodel(net, group))), 80);
-    CHECK(rectangle_width(screenInfo_position(submodel_ScreenInfo(submodel_GetSubmodel(net, group)))) == 80);
 
-    list = submodel_GetIncludedNodes(net, group);
-    CHECK(intArray_NumItems(list) == 0);
-    delete_intArray(list);
     list = submodel_GetDeepIncludedNodes(net, group);
     CHECK(intArray_NumItems(list) == 1 && intArray_Items(list)[0] == h[LUNG]);
     delete_intArray(list);
@@ -223,9 +211,6 @@ static void Submodels(void* net, const int* h)
     CHECK(submodel_GetParent(net, inner) == ROOT_SUBMODEL);
     CHECK(submodel_DeleteSubmodel(net, inner) == 0);
     CHECK(node_GetSubmodel(lung) == ROOT_SUBMODEL);
-    list = submodel_GetIncludedSubmodels(net, ROOT_SUBMODEL);
-    CHECK(intArray_NumItems(list) == 0);
-    delete_intArray(list);
 }
 
 /* Written to BIF and read into a new network: the same answers. */
@@ -276,7 +261,6 @@ int main(void)
     CopyIsIndependent(net, h);
     SettingsAndRecords(net, h);
     OutcomeReorderRefusesRepeatedIds(net, h);
-    ExpectBeliefs(net, h, posteriorYes, "after the outcome edits");
     Submodels(net, h);
     FileRoundTrip(net);
     delete_network(net);
