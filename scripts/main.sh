@@ -6,4 +6,4 @@ cd "$(dirname "$0")/.."
 bash scripts/setup.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DORVIL_BUILD_TESTS=OFF >/dev/null
 cmake --build build -j"$(nproc)"
-./build/orvil infer examples/models/asia.bif --evidence xray=yes
+./build/orvil infer examples/models/asia.xqel --evidence xray=yes

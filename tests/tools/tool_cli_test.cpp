@@ -157,13 +157,16 @@ TEST(ToolInfer, PosteriorsMatchEnumerationUnderRandomEvidence)
                     EXPECT_NEAR(node->members[s].second.number, expected[s], 1e-9);
                 }
             }
-            // The probability of evidence counts hard evidence only.
+            // The probability of evidence counts hard evidence only. The
+            // files' columns sum to 1 only to about 1e-7, and the engine may
+            // leave out nodes that cannot matter, whose columns enumeration
+            // still multiplies in: hence the looser bound.
             const JsonValue* pe = doc.Find("probability_of_evidence");
             const JsonValue* logPe = doc.Find("log_probability_of_evidence");
             ASSERT_EQ(pe->kind, JsonValue::kNumber);
             EXPECT_NEAR(std::log(pe->number), logPe->number, 1e-12);
             if (!anyVirtual) {
-                EXPECT_NEAR(pe->number / truth.probEvidence, 1.0, 1e-9);
+                EXPECT_NEAR(pe->number / truth.probEvidence, 1.0, 1e-6);
             }
         }
     }
@@ -318,29 +321,46 @@ TEST(ToolUsage, HelpAndBareCallShowUsage)
     }
 }
 
-// Converting BIF to BIF keeps every answer, and a second conversion changes
-// no byte: what was written reads back to the same model.
-TEST(ToolConvert, BifRoundTripKeepsAnswersAndReachesAFixedPoint)
+// Posteriors of two --json outputs, matched by node and state name: a
+// format may store the nodes in another order.
+void ExpectSamePosteriors(const Outcome& first, const Outcome& second)
 {
-    for (const char* file : {"asia.bif", "child.bif"}) {
-        SCOPED_TRACE(file);
-        std::string once = Scratch(std::string("once_") + file), twice = Scratch(std::string("twice_") + file);
-        ASSERT_EQ(RunTool({"convert", Data(file), once}).exitCode, 0);
-        Outcome second = RunTool({"convert", once, twice});
-        ASSERT_EQ(second.exitCode, 0) << second.err;
-        EXPECT_EQ(second.out, "");
-        EXPECT_EQ(Slurp(once), Slurp(twice));
-        JsonValue before = ParseOut(RunTool({"infer", Data(file), "--json"}));
-        JsonValue after = ParseOut(RunTool({"infer", twice, "--json"}));
-        const JsonValue* a = before.Find("posteriors");
-        const JsonValue* b = after.Find("posteriors");
-        ASSERT_EQ(a->members.size(), b->members.size());
-        for (size_t i = 0; i < a->members.size(); ++i) {
-            EXPECT_EQ(a->members[i].first, b->members[i].first);
-            for (size_t s = 0; s < a->members[i].second.members.size(); ++s)
-                EXPECT_NEAR(a->members[i].second.members[s].second.number,
-                            b->members[i].second.members[s].second.number, 1e-12);
+    ASSERT_EQ(first.exitCode, 0) << first.err;
+    ASSERT_EQ(second.exitCode, 0) << second.err;
+    JsonValue a = ParseOut(first), b = ParseOut(second);
+    const JsonValue* pa = a.Find("posteriors");
+    const JsonValue* pb = b.Find("posteriors");
+    ASSERT_EQ(pa->members.size(), pb->members.size());
+    for (const auto& node : pa->members) {
+        const JsonValue* other = pb->Find(node.first);
+        ASSERT_NE(other, nullptr) << node.first;
+        ASSERT_EQ(other->members.size(), node.second.members.size()) << node.first;
+        for (size_t s = 0; s < node.second.members.size(); ++s) {
+            EXPECT_EQ(other->members[s].first, node.second.members[s].first);
+            EXPECT_NEAR(other->members[s].second.number, node.second.members[s].second.number, 1e-12);
         }
+    }
+}
+
+// Conversions keep every answer, through BIF and through the native format
+// and back; a second BIF conversion changes no byte.
+TEST(ToolConvert, RoundTripsKeepAnswersAndBifReachesAFixedPoint)
+{
+    for (const char* name : {"asia", "child"}) {
+        SCOPED_TRACE(name);
+        std::string file = Data(std::string(name) + ".bif");
+        std::string once = Scratch(std::string(name) + "_once.bif"), twice = Scratch(std::string(name) + "_twice.bif");
+        std::string native = Scratch(std::string(name) + ".xqel"), back = Scratch(std::string(name) + "_back.bif");
+        for (const auto& step : {std::make_pair(file, once), std::make_pair(once, twice), std::make_pair(file, native),
+                                 std::make_pair(native, back)}) {
+            Outcome o = RunTool({"convert", step.first, step.second});
+            ASSERT_EQ(o.exitCode, 0) << o.err;
+            EXPECT_EQ(o.out, "");
+        }
+        EXPECT_EQ(Slurp(once), Slurp(twice));
+        Outcome original = RunTool({"infer", file, "--json"});
+        for (const std::string& copy : {twice, native, back})
+            ExpectSamePosteriors(original, RunTool({"infer", copy, "--json"}));
     }
 }
 
