@@ -35,7 +35,8 @@ public:
     // Replaces `out` by the node numbers of the parents of `i`, in the order
     // of the table's dimensions; -1 for a parent outside the piece.
     void GetParents(int i, fastarray<int, 24, int>& out) const;
-    // The table of `i` (its parents' dimensions, then its own), or null.
+    // The table of `i` (its parents' dimensions, then its own), or null when
+    // it has none or its shape does not fit its parents and states.
     const QEL_Dmatrix* GetMatrix(int i) const;
     // The observed outcome of `i`, or -1.
     int GetEvidence(int i) const { return evidence[i]; }
@@ -69,6 +70,10 @@ protected:
     QEL_network* Network() const;
 
 private:
+    // True when the table of `i` has a dimension per parent of the parent's
+    // state count, and its own last.
+    bool FitsItsFamily(int i) const;
+
     QEL_rNetwork& piece;
     int* zeroCounter;
     std::vector<QEL_rNode*> records;
@@ -76,6 +81,7 @@ private:
     std::vector<int> evidence;
     std::vector<int> parentStart;  // parents of i: parentList[parentStart[i] .. parentStart[i + 1])
     std::vector<int> parentList;
+    std::vector<const QEL_Dmatrix*> tables;
 };
 
 #endif

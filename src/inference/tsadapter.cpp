@@ -5,7 +5,8 @@
 // per update, in one pass over the piece, so that the triangulator and the
 // potentials can ask the same questions many times at the price of an array
 // read. Parents are translated from records to node numbers through the
-// records' positions in their pool block.
+// records' positions in their pool block. A table whose shape does not match
+// its record's parents is not handed out, so that no walk can leave it.
 #include "orvil/tsadapter.h"
 
 #include <string>
@@ -39,9 +40,25 @@ TsAdapter::TsAdapter(QEL_rNetwork& piece, int* zeroCounter) : piece(piece), zero
         }
     }
     parentStart[size_t(n)] = int(parentList.size());
+    tables.resize(size_t(n));
+    for (int i = 0; i < n; ++i) tables[size_t(i)] = FitsItsFamily(i) ? records[size_t(i)]->table : nullptr;
 }
 
 TsAdapter::~TsAdapter() = default;
+
+bool TsAdapter::FitsItsFamily(int i) const {
+    const QEL_Dmatrix* table = records[size_t(i)]->table;
+    if (table == nullptr) return false;
+    const int first = parentStart[size_t(i)];
+    const int count = parentStart[size_t(i) + 1] - first;
+    if (table->GetNumberOfDimensions() != count + 1) return false;
+    for (int k = 0; k < count; ++k) {
+        const int parent = parentList[size_t(first + k)];
+        const int expected = parent >= 0 ? states[size_t(parent)] : records[size_t(i)]->parents[k]->Get_Num_of_States();
+        if (table->GetSizeOfDimension(k) != expected) return false;
+    }
+    return table->GetSizeOfLastDimension() == states[size_t(i)];
+}
 
 void TsAdapter::GetParents(int i, fastarray<int, 24, int>& out) const {
     const int first = parentStart[size_t(i)];
@@ -50,7 +67,7 @@ void TsAdapter::GetParents(int i, fastarray<int, 24, int>& out) const {
     for (int k = first; k < last; ++k) out[k - first] = parentList[size_t(k)];
 }
 
-const QEL_Dmatrix* TsAdapter::GetMatrix(int i) const { return records[size_t(i)]->table; }
+const QEL_Dmatrix* TsAdapter::GetMatrix(int i) const { return tables[size_t(i)]; }
 
 double* TsAdapter::GetBeliefs(int i) {
     QEL_rNode* record = records[size_t(i)];

@@ -188,6 +188,29 @@ TEST(JoinTreeTest, ZeroPotentialIsReportedNotWritten) {
     EXPECT_EQ(tree.CalcNormFactor(), 0.0);
 }
 
+// A table whose shape does not fit its record's parents is left out rather
+// than walked past its end: the other tables still give their beliefs.
+TEST(JoinTreeTest, MisshapenTablesAreLeftOut) {
+    ModelSpec spec;
+    spec.states = {2, 3};
+    spec.parents = {{}, {}};
+    spec.tables = {{0.25, 0.75}, {0.2, 0.3, 0.5}};
+    spec.evidence = {-1, -1};
+    auto piece = BuildPiece(spec);
+    // An arc the child's table knows nothing of.
+    piece->nodes[1]->parents.Add(piece->nodes[0]);
+    piece->nodes[0]->children.Add(piece->nodes[1]);
+    CollectingAdapter adapter(*piece);
+    EXPECT_EQ(adapter.GetMatrix(1), nullptr);
+    EXPECT_NE(adapter.GetMatrix(0), nullptr);
+    TsJoinTree tree(adapter);
+    ASSERT_TRUE(tree.UpdateBeliefs());
+    ASSERT_TRUE(adapter.valid[0]);
+    EXPECT_NEAR(adapter.beliefs[0][0], 0.25, 1e-15);
+    ASSERT_TRUE(adapter.valid[1]);
+    EXPECT_NEAR(adapter.beliefs[1][0], 1.0 / 3.0, 1e-15);
+}
+
 // Over budget nothing is written; at exactly the budget all is.
 TEST(JoinTreeTest, BudgetFailureWritesNothing) {
     std::mt19937 rng(5);
