@@ -6,11 +6,11 @@
 // relative jumps of a TsOdometer array. The walk is arranged as blocks of
 // entry 0 (the inner run) times entry 1, so that the carry, which is the only
 // branchy part, runs once per block rather than once per run; short runs of
-// two or three states are the common case in real networks. Each run kernel
-// is specialised for a strided step of 0 (a broadcast or a sum), 1 (two
-// contiguous arrays) and anything else. Counters above entry 1 are counted
-// down during the walk and reloaded at its end, so an odometer can be walked
-// again at once.
+// two to five states are the common case in real networks, and get loops of
+// fixed length. Each block is specialised for a strided step of 0 (a
+// broadcast or a sum), 1 (two contiguous arrays) and anything else. Counters
+// above entry 1 are counted down during the walk and reloaded at its end, so
+// an odometer can be walked again at once.
 #include "orvil/tsmatrix.h"
 
 // The run kernels are plain loops over contiguous doubles, written so that
@@ -21,112 +21,131 @@
 
 namespace {
 
-// The kernels. Run: one run of `n` dense cells against strided cells `step`
-// apart. Block: `runs` such runs back to back on the dense side, each
-// starting `hop` strided cells after the one before.
-template <class Kernel, class D, class S>
-inline void RunByRun(const Kernel& kernel, D* d, S* s, int n, int runs, int step, std::ptrdiff_t hop) {
-    for (int j = 0; j < runs; ++j, d += n, s += hop) kernel.Run(d, s, n, step);
+// The kernels. Each operation is a cell rule, Cell(dense cell, strided cell);
+// Runs applies it to `runs` runs of `n` dense cells, back to back on the
+// dense side, whose strided cells lie `step` apart within a run and whose
+// first strided cells lie `hop` apart. The strided step is dispatched once
+// per block, and runs of up to eight cells get a loop of fixed length that
+// the compiler unrolls: most runs in real networks are two to five states.
+template <int N, class Op, class D, class S>
+inline void FixedRuns(const Op& op, D* __restrict d, S* __restrict s, int runs, int step, std::ptrdiff_t hop) {
+    if (step == 1) {
+        for (int j = 0; j < runs; ++j, d += N, s += hop) {
+            for (int i = 0; i < N; ++i) op.Cell(d[i], s[i]);
+        }
+    } else if (step == 0) {
+        for (int j = 0; j < runs; ++j, d += N, s += hop) {
+            for (int i = 0; i < N; ++i) op.Cell(d[i], s[0]);
+        }
+    } else {
+        for (int j = 0; j < runs; ++j, d += N, s += hop) {
+            for (int i = 0; i < N; ++i) op.Cell(d[i], s[std::ptrdiff_t(i) * step]);
+        }
+    }
 }
 
-struct CopyRun {
-    static void Run(double* __restrict d, const double* __restrict s, int n, int step) {
-        if (step == 1) {
-            for (int i = 0; i < n; ++i) d[i] = s[i];
-        } else if (step == 0) {
-            const double v = *s;
-            for (int i = 0; i < n; ++i) d[i] = v;
-        } else {
-            for (int i = 0; i < n; ++i) d[i] = s[std::ptrdiff_t(i) * step];
+template <class Op, class D, class S>
+inline void LongRuns(const Op& op, D* __restrict d, S* __restrict s, int n, int runs, int step, std::ptrdiff_t hop) {
+    if (step == 1) {
+        for (int j = 0; j < runs; ++j, d += n, s += hop) {
+            for (int i = 0; i < n; ++i) op.Cell(d[i], s[i]);
+        }
+    } else if (step == 0) {
+        for (int j = 0; j < runs; ++j, d += n, s += hop) {
+            for (int i = 0; i < n; ++i) op.Cell(d[i], s[0]);
+        }
+    } else {
+        for (int j = 0; j < runs; ++j, d += n, s += hop) {
+            for (int i = 0; i < n; ++i) op.Cell(d[i], s[std::ptrdiff_t(i) * step]);
         }
     }
-    void Block(double* d, const double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
-        RunByRun(*this, d, s, n, runs, step, hop);
+}
+
+template <class Op, class D, class S>
+inline void Runs(const Op& op, D* d, S* s, int n, int runs, int step, std::ptrdiff_t hop) {
+    switch (n) {
+        case 1: FixedRuns<1>(op, d, s, runs, step, hop); return;
+        case 2: FixedRuns<2>(op, d, s, runs, step, hop); return;
+        case 3: FixedRuns<3>(op, d, s, runs, step, hop); return;
+        case 4: FixedRuns<4>(op, d, s, runs, step, hop); return;
+        case 5: FixedRuns<5>(op, d, s, runs, step, hop); return;
+        case 6: FixedRuns<6>(op, d, s, runs, step, hop); return;
+        case 8: FixedRuns<8>(op, d, s, runs, step, hop); return;
+        default: LongRuns(op, d, s, n, runs, step, hop); return;
     }
+}
+
+// The cell rules.
+struct CopyOp {
+    static void Cell(double& d, const double& s) { d = s; }
 };
 
-struct MultiplyRun {
-    static void Run(double* __restrict d, const double* __restrict s, int n, int step) {
-        if (step == 1) {
-            for (int i = 0; i < n; ++i) d[i] *= s[i];
-        } else if (step == 0) {
-            const double v = *s;
-            for (int i = 0; i < n; ++i) d[i] *= v;
-        } else {
-            for (int i = 0; i < n; ++i) d[i] *= s[std::ptrdiff_t(i) * step];
-        }
-    }
-    void Block(double* d, const double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
-        RunByRun(*this, d, s, n, runs, step, hop);
-    }
+struct MultiplyOp {
+    static void Cell(double& d, const double& s) { d *= s; }
 };
 
-struct MarginalizeRun {
-    static void Run(const double* __restrict d, double* __restrict s, int n, int step) {
-        if (step == 1) {
-            for (int i = 0; i < n; ++i) s[i] += d[i];
-        } else if (step == 0) {
-            // Same order of additions as cell by cell, kept in a register.
-            double acc = *s;
-            for (int i = 0; i < n; ++i) acc += d[i];
-            *s = acc;
-        } else {
-            for (int i = 0; i < n; ++i) s[std::ptrdiff_t(i) * step] += d[i];
+struct MarginalizeOp {
+    static void Cell(const double& d, double& s) { s += d; }
+};
+
+struct StencilOp {
+    static void Cell(const double& d, double& s) { s = d; }
+};
+
+struct SumScaledOp {
+    double factor;
+    void Cell(const double& d, double& s) const { s += d * factor; }
+};
+
+// Sums into a strided side: the same runs, but a run whose strided side
+// stands still adds into a register, in the order of the dense side, and up
+// to four such runs (each with its own cell) are summed side by side so that
+// no chain of additions waits on itself.
+template <class Op>
+struct SumRuns {
+    Op op;
+
+    template <int G>
+    void SideBySide(const double* d, double* s, int n, std::ptrdiff_t hop) const {
+        double acc[G];
+        for (int g = 0; g < G; ++g) acc[g] = s[g * hop];
+        for (int i = 0; i < n; ++i) {
+            for (int g = 0; g < G; ++g) op.Cell(d[g * n + i], acc[g]);
         }
+        for (int g = 0; g < G; ++g) s[g * hop] = acc[g];
     }
-    void Block(const double* d, double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
+
+    void operator()(const double* d, double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
         if (step != 0 || hop == 0) {
-            RunByRun(*this, d, s, n, runs, step, hop);
+            Runs(op, d, s, n, runs, step, hop);
             return;
         }
-        // Each run is a sum into its own cell. A chain of additions waits on
-        // itself, so up to four runs are summed side by side; every cell
-        // still gets its additions in the order of the dense side.
         int j = 0;
         for (; j + 4 <= runs; j += 4, d += 4 * n, s += 4 * hop) SideBySide<4>(d, s, n, hop);
         if (runs - j == 3) SideBySide<3>(d, s, n, hop);
         if (runs - j == 2) SideBySide<2>(d, s, n, hop);
-        if (runs - j == 1) Run(d, s, n, 0);
-    }
-
-    // Sums G runs of `n` cells, each into its own strided cell.
-    template <int G>
-    static void SideBySide(const double* d, double* s, int n, std::ptrdiff_t hop) {
-        double acc[G];
-        for (int g = 0; g < G; ++g) acc[g] = s[g * hop];
-        for (int i = 0; i < n; ++i) {
-            for (int g = 0; g < G; ++g) acc[g] += d[g * n + i];
-        }
-        for (int g = 0; g < G; ++g) s[g * hop] = acc[g];
+        if (runs - j == 1) SideBySide<1>(d, s, n, hop);
     }
 };
 
-struct StencilRun {
-    static void Run(const double* __restrict d, double* __restrict s, int n, int step) {
-        if (step == 0) {
-            *s = d[n - 1];
-        } else {
-            for (int i = 0; i < n; ++i) s[std::ptrdiff_t(i) * step] = d[i];
-        }
-    }
-    void Block(const double* d, double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
-        RunByRun(*this, d, s, n, runs, step, hop);
+// Builds and reads the potential: the dense side is written.
+template <class Op>
+struct FillRuns {
+    Op op;
+    void operator()(double* d, const double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
+        Runs(op, d, s, n, runs, step, hop);
     }
 };
 
-struct SumScaledRun {
-    double factor;
-    void Run(const double* __restrict d, double* __restrict s, int n, int step) const {
+// The last dense cell of each strided cell wins: a run whose strided side
+// stands still leaves only its last cell.
+struct StencilRuns {
+    void operator()(const double* d, double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
         if (step == 0) {
-            double acc = *s;
-            for (int i = 0; i < n; ++i) acc += d[i] * factor;
-            *s = acc;
-        } else {
-            for (int i = 0; i < n; ++i) s[std::ptrdiff_t(i) * step] += d[i] * factor;
+            for (int j = 0; j < runs; ++j, d += n, s += hop) *s = d[n - 1];
+            return;
         }
-    }
-    void Block(const double* d, double* s, int n, int runs, int step, std::ptrdiff_t hop) const {
-        RunByRun(*this, d, s, n, runs, step, hop);
+        Runs(StencilOp(), d, s, n, runs, step, hop);
     }
 };
 
@@ -156,7 +175,7 @@ inline void Walk(D* d, D* end, S* s, TsOdometer* odometer, const Kernel& kernel)
     const int step0 = odometer[0].step;
     // A dense side that is a single run means entry 1 is the sentinel.
     if (end - d == n0) {
-        kernel.Run(d, s, n0, step0);
+        kernel(d, s, n0, 1, step0, 0);
         return;
     }
     const int n1 = odometer[1].counter + 1;
@@ -166,7 +185,7 @@ inline void Walk(D* d, D* end, S* s, TsOdometer* odometer, const Kernel& kernel)
     // Where the strided side stands after a block's last cell.
     const std::ptrdiff_t last = std::ptrdiff_t(n1 - 1) * hop + tail;
     for (;;) {
-        kernel.Block(d, s, n0, n1, step0, hop);
+        kernel(d, s, n0, n1, step0, hop);
         d += block;
         if (d == end) break;
         s += last + CarryAboveBlock(odometer);
@@ -177,26 +196,26 @@ inline void Walk(D* d, D* end, S* s, TsOdometer* odometer, const Kernel& kernel)
 }  // namespace
 
 void TsOdoCopy(double* dense, double* denseEnd, const double* strided, TsOdometer* odometer) {
-    Walk(dense, denseEnd, strided, odometer, CopyRun());
+    Walk(dense, denseEnd, strided, odometer, FillRuns<CopyOp>());
 }
 
 void TsOdoMultiply(double* dense, double* denseEnd, const double* strided, TsOdometer* odometer) {
-    Walk(dense, denseEnd, strided, odometer, MultiplyRun());
+    Walk(dense, denseEnd, strided, odometer, FillRuns<MultiplyOp>());
 }
 
 void TsOdoMarginalize(double* strided, const double* dense, const double* denseEnd,
                       TsOdometer* odometer) {
-    Walk(dense, denseEnd, strided, odometer, MarginalizeRun());
+    Walk(dense, denseEnd, strided, odometer, SumRuns<MarginalizeOp>());
 }
 
 void TsOdoStencil(double* strided, const double* dense, const double* denseEnd,
                   TsOdometer* odometer) {
-    Walk(dense, denseEnd, strided, odometer, StencilRun());
+    Walk(dense, denseEnd, strided, odometer, StencilRuns());
 }
 
 void TsOdoSumDiv(double* strided, const double* dense, const double* denseEnd, double divisor,
                  TsOdometer* odometer) {
-    Walk(dense, denseEnd, strided, odometer, SumScaledRun{1.0 / divisor});
+    Walk(dense, denseEnd, strided, odometer, SumRuns<SumScaledOp>{SumScaledOp{1.0 / divisor}});
 }
 
 int TsSpinOdometer(TsOdometer* odometer) {
