@@ -92,6 +92,20 @@ public:
     // the table: the outcome is beyond the cells, or all its cells are 0.0.
     // False without evidence.
     bool Is_Conflicting_Evidence() const;
+    // True when every cell of the table with `parent`'s dimension at
+    // `parentState` and the node's own at `ownState` equals `value` exactly.
+    // False when `parent` is not a parent or a state is out of range.
+    bool Test_State(double value, const QEL_rNode* parent, int parentState, int ownState) const;
+    // Removes `parent`'s dimension from the table, keeping the slice at the
+    // parent's evidence. An owned table changes in place; a shared one is
+    // sliced into a new owned table. Does nothing when `parent` is not a
+    // parent or has no evidence. The caller unlinks the parent.
+    void Clamp_Evidence(const QEL_rNode* parent);
+    // Sums `parent`'s dimension out of the table, weighted by the parent's
+    // own table when the parent is a root with a table, unweighted otherwise.
+    // A shared table is copied first. Does nothing when `parent` is not a
+    // parent. The caller unlinks the parent.
+    void Marginalize(const QEL_rNode* parent);
     // Makes the value matrix one-dimensional of size `n`: resized if it has
     // one dimension, rebuilt if it has more, added if it has none. Does
     // nothing for a record without a node.
@@ -153,6 +167,10 @@ public:
     void Partial_Ordering();
     // Appends `record` after its unordered ancestors, marking each ordered.
     void Mark_Ordered(QEL_rNode* record);
+    // Partial_Ordering that starts from the observed nodes, least
+    // constrained table first (the share of zero cells, ascending; ties keep
+    // the list's order), so that samplers meet evidence as early as they can.
+    void Priority_Partial_Ordering();
     // Empties the list without deleting the records, which belong to others.
     void ReleaseNodes();
 

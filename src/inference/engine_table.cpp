@@ -27,8 +27,8 @@ const EngineRow kEngines[] = {
     {8, nullptr},   // EPIS sampling
     {9, nullptr},   // loopy belief propagation
     {10, nullptr},  // older cluster engine
-    {11, nullptr},  // join-tree clustering, linear target decomposition
-    {12, nullptr},  // join-tree clustering, recursive target decomposition
+    {11, TsClusteringLinearDecomp},     // join-tree clustering, linear target decomposition
+    {12, TsClusteringRecursiveDecomp},  // join-tree clustering, recursive target decomposition
 };
 
 const EngineRow kSolvers[] = {

@@ -1,21 +1,33 @@
-// The join-tree engine as the update driver sees it: the network is cut into
-// pieces, and each piece gets its own join tree.
+// The join-tree engine as the update driver sees it: relevance reasoning
+// cuts the network into the pieces the targets need, and each piece gets its
+// own join tree.
 //
 // A piece of one node needs no tree: its prior is its belief. A piece whose
-// tree does not fit ends the run; pieces done before it keep what they wrote.
+// tree does not fit ends the pass; pieces done before it keep what they wrote,
+// and the target decompositions (tsclustering_decomp.cpp) take over from
+// there with fewer targets per pass.
+//
+// The probability of evidence multiplies the pieces' normalising constants.
+// Observed nodes that pruning cut off from every target are in no piece, and
+// bring their factors straight from their tables.
 #include "orvil/tsclustering.h"
 
-#include "inference/rnetwork_plain.h"
+#include <cstring>
+
+#include "inference/tsclustering_internal.h"
+#include "orvil/dmatrix.h"
 #include "orvil/errors.h"
+#include "orvil/intarray.h"
 #include "orvil/jointree.h"
 #include "orvil/network.h"
 #include "orvil/node.h"
+#include "orvil/nodedefinition.h"
+#include "orvil/nodevalue.h"
+#include "orvil/relevantsplit.h"
 #include "orvil/rnetwork.h"
 #include "orvil/tsadapter.h"
 
 namespace {
-
-using PieceList = fastarray<QEL_rNetwork*, 4, int>;
 
 // Beliefs of the one node of a single-node piece. An observed node's value
 // already holds its evidence.
@@ -25,48 +37,133 @@ void PriorOfSingleNode(QEL_rNode& record, bool* pending) {
     if (pending != nullptr && record.node != nullptr) pending[record.node->GetHandle()] = false;
 }
 
-// Runs a join tree on every piece of `net` within `sizeLimit` cells each.
-// False when one does not fit; the zero potentials found are added to
-// `zeroCount`.
-bool DoClustering(QEL_network* net, bool* pending, unsigned sizeLimit, int& zeroCount) {
-    PieceList* pieces = QEL_plainSplit(*net, true);
-    if (pieces == nullptr) return true;
-    bool ok = true;
-    for (QEL_rNetwork* piece : *pieces) {
-        if (ok && piece->nodes.Count() == 1) {
-            PriorOfSingleNode(*piece->nodes[0], pending);
-        } else if (ok) {
-            TsAdapter adapter(*piece, &zeroCount);
-            TsJoinTree tree(adapter);
-            ok = tree.UpdateBeliefsEx(pending, sizeLimit);
-        }
-        delete piece;
-    }
+void DeletePieces(QEL_rNetworkList* pieces, int from) {
+    for (int i = from; i < pieces->Count(); ++i) delete (*pieces)[i];
     delete pieces;
-    return ok;
 }
 
 }  // namespace
 
-int TsClustering(QEL_network* net) {
-    int zeroCount = 0;
-    if (!DoClustering(net, nullptr, 0, zeroCount)) return QEL_OUT_OF_MEMORY;
-    return zeroCount > 0 ? QEL_ZERO_POTENTIAL : QEL_OKAY;
+bool DoClustering(QEL_network* net, bool* pending, int sizeLimit, int& zeroCount) {
+    QEL_rNetworkList* pieces =
+        QEL_relevantSplit(net, QEL_SPLIT_REMOVE_NUISANCE | QEL_SPLIT_USE_PROPAGATED | QEL_SPLIT_DECOMPOSE);
+    if (pieces == nullptr) return true;
+    for (int i = 0; i < pieces->Count(); ++i) {
+        QEL_rNetwork* piece = (*pieces)[i];
+        bool ok = true;
+        if (piece->nodes.Count() == 1) {
+            PriorOfSingleNode(*piece->nodes[0], pending);
+        } else {
+            TsAdapter adapter(*piece, &zeroCount);
+            TsJoinTree tree(adapter);
+            ok = tree.UpdateBeliefsEx(pending, unsigned(sizeLimit));
+        }
+        delete piece;
+        if (!ok) {
+            DeletePieces(pieces, i + 1);
+            return false;
+        }
+    }
+    delete pieces;
+    return true;
 }
 
+int TsClustering(QEL_network* net) {
+    int zeroCount = 0;
+    if (DoClustering(net, nullptr, 0, zeroCount)) return zeroCount > 0 ? QEL_ZERO_POTENTIAL : QEL_OKAY;
+    const bool noFallback = net->UserProperties().FindProperty("QEL_REL_DECOMP_DISABLE_FALLBACK") >= 0;
+    if (net->GetNumberOfTargets() == 1 || noFallback) return QEL_OUT_OF_MEMORY;
+    return TsClusteringLinearDecomp(net);
+}
+
+namespace {
+
+// The cell of `handle`'s table at its parents' observed outcomes and its
+// own `outcome`; false when some parent is unobserved.
+bool CellAtEvidence(QEL_network& net, int handle, int outcome, double& cell) {
+    const QEL_intArray& parents = net.GetParents(handle);
+    QEL_intArray coords;
+    for (int i = 0; i < parents.NumItems(); ++i) {
+        const QEL_nodeValue* value = net.GetNode(parents[i])->Value();
+        if (value == nullptr || !value->HasEvidence()) return false;
+        coords.Add(value->GetEvidence());
+    }
+    coords.Add(outcome);
+    const QEL_Dmatrix* table = net.GetNode(handle)->Definition()->GetMatrix();
+    if (table == nullptr || !table->Ok(coords)) return false;
+    cell = (*table)[table->CoordinatesToIndex(coords)];
+    return true;
+}
+
+// The factor of an observed node that no piece holds: its table at the
+// observed outcomes, times the factors of its parents whose evidence was
+// only implied. A node whose parents are not all observed is one whose arcs
+// in were cut by control: an outcome set from outside carries no factor.
+double DirectFactor(QEL_network& net, int handle) {
+    double factor = 1.0;
+    if (!CellAtEvidence(net, handle, net.GetNode(handle)->Value()->GetEvidence(), factor)) return 1.0;
+    const QEL_intArray& parents = net.GetParents(handle);
+    for (int i = 0; i < parents.NumItems(); ++i) {
+        const QEL_nodeValue* value = net.GetNode(parents[i])->Value();
+        double parentCell = 1.0;
+        if (value->IsPropagatedEvidence() && CellAtEvidence(net, parents[i], value->GetEvidence(), parentCell)) {
+            factor *= parentCell;
+        }
+    }
+    return factor;
+}
+
+// Makes the parents of every observed node targets, so that pruning keeps
+// each observed family whole, and lists the ones it added. The update driver
+// has done this already; a direct caller may not have.
+void TargetObservedFamilies(QEL_network& net, QEL_intArray& added) {
+    for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
+        const QEL_nodeValue* value = net.GetNode(h)->Value();
+        if (value == nullptr || !value->IsRealEvidence()) continue;
+        const QEL_intArray& parents = net.GetParents(h);
+        for (int i = 0; i < parents.NumItems(); ++i) {
+            if (net.SetTarget(parents[i], true) == QEL_OKAY) added.Add(parents[i]);
+        }
+    }
+}
+
+}  // namespace
+
 double TsClusteringProbE(QEL_network* net) {
-    PieceList* pieces = QEL_plainSplit(*net, false);
+    QEL_intArray added;
+    TargetObservedFamilies(*net, added);
+    QEL_rNetworkList* pieces = QEL_relevantSplit(net, QEL_SPLIT_REMOVE_NUISANCE);
+    for (int i = 0; i < added.NumItems(); ++i) net->SetTarget(added[i], false);
     if (pieces == nullptr) return 0.0;
+    fastarray<bool, 8, int> unplaced(net->GetLastNode() + 1);
+    unplaced.Fill(false);
+    for (int h = net->GetFirstNode(); h >= 0; h = net->GetNextNode(h)) {
+        const QEL_nodeValue* value = net->GetNode(h)->Value();
+        unplaced[h] = value != nullptr && value->IsRealEvidence();
+    }
     double result = 1.0;
-    for (QEL_rNetwork* piece : *pieces) {
-        if (result >= 0.0) {
+    for (int i = 0; i < pieces->Count(); ++i) {
+        QEL_rNetwork* piece = (*pieces)[i];
+        for (const QEL_rNode* record : piece->nodes) {
+            if (record->node != nullptr) unplaced[record->node->GetHandle()] = false;
+        }
+        if (piece->nodes.Count() == 1) {
+            piece->nodes[0]->Set_Prior_Beliefs();
+        } else {
             TsAdapter adapter(*piece);
             TsJoinTree tree(adapter);
             const double factor = tree.CalcNormFactor();
-            result = factor < 0.0 ? factor : result * factor;
+            if (factor < 0.0) {
+                DeletePieces(pieces, i);
+                return factor;
+            }
+            result *= factor;
         }
         delete piece;
     }
     delete pieces;
+    for (int h = 0; h < unplaced.Count(); ++h) {
+        if (unplaced[h]) result *= DirectFactor(*net, h);
+    }
     return result;
 }

@@ -176,18 +176,19 @@ TEST(JoinTreeNetworkTest, RandomNetworksMatchTheOracle) {
 // Evidence that is locally possible but jointly impossible: the update
 // reports -43 and logs the node whose potential is all zeros. Observed nodes
 // cut the network, so what lies beyond them (C, given B) and what is not
-// connected at all (D) still gets beliefs.
+// connected at all (D) still gets beliefs. A has three states, so that B's
+// evidence leaves it two possible ones and pruning cannot settle it alone.
 TEST(JoinTreeNetworkTest, ImpossibleEvidenceReportsZeroPotentials) {
     QEL_network net;
     net.SetNetworkFlags(net.GetNetworkFlags() & ~QEL_network::QEL_FUNCTIONAL_DETERMINATION);
-    const int a = AddNode(net, "A", 2);
+    const int a = AddNode(net, "A", 3);
     const int b = AddNode(net, "B", 2);
     const int c = AddNode(net, "C", 2);
     const int d = AddNode(net, "D", 2);
     ASSERT_EQ(net.AddArc(a, b), 0);
     ASSERT_EQ(net.AddArc(b, c), 0);
-    FillTable(net, a, {1.0, 0.0});
-    FillTable(net, b, {1.0, 0.0, 0.5, 0.5});
+    FillTable(net, a, {1.0, 0.0, 0.0});
+    FillTable(net, b, {1.0, 0.0, 0.5, 0.5, 0.5, 0.5});
     FillTable(net, c, {0.3, 0.7, 0.6, 0.4});
     FillTable(net, d, {0.2, 0.8});
     ASSERT_EQ(net.GetNode(b)->Value()->SetEvidence(1), 0);
@@ -204,8 +205,9 @@ TEST(JoinTreeNetworkTest, ImpossibleEvidenceReportsZeroPotentials) {
     EXPECT_EQ(TsClusteringProbE(&net), 0.0);
 }
 
-// A grid of ten-state nodes has a join tree far beyond the budget: the
-// update fails with -42 and no value is touched.
+// A grid of ten-state nodes has a join tree far beyond the budget: with the
+// fallback to target decomposition switched off, the update fails with -42
+// and no value is touched.
 TEST(JoinTreeNetworkTest, OverBudgetFailsWithoutWriting) {
     QEL_network net;
     const int side = 9;
@@ -222,6 +224,7 @@ TEST(JoinTreeNetworkTest, OverBudgetFailsWithoutWriting) {
         ASSERT_EQ(orvil_test::FillRandomTable(net, grid.back(), rng, 0.0), 0);
     }
     ASSERT_EQ(net.GetNode(grid[0])->Value()->SetEvidence(3), 0);
+    ASSERT_GE(net.UserProperties().AddProperty("QEL_REL_DECOMP_DISABLE_FALLBACK", ""), 0);
     EXPECT_EQ(net.UpdateBeliefs(), QEL_OUT_OF_MEMORY);
     for (size_t i = 1; i < grid.size(); ++i) EXPECT_FALSE(net.GetNode(grid[i])->Value()->IsValueValid());
     const QEL_Dmatrix& observed = Beliefs(net, grid[0]);
@@ -230,7 +233,8 @@ TEST(JoinTreeNetworkTest, OverBudgetFailsWithoutWriting) {
 
 // With the store on, each clique leaves its joint over its unobserved nodes:
 // each table sums to one, and summed down to one of its nodes it is that
-// node's belief.
+// node's belief. A node that pruning leaves alone in its piece gets no tree
+// and no table.
 TEST(JoinTreeNetworkTest, StoredTablesAreCliqueJoints) {
     for (unsigned seed = 1; seed <= 20; ++seed) {
         QEL_network net;
@@ -242,6 +246,7 @@ TEST(JoinTreeNetworkTest, StoredTablesAreCliqueJoints) {
         ASSERT_EQ(net.GetNode(handles[seed % handles.size()])->Value()->SetEvidence(0), 0);
         net.EnableJptStore(true);
         ASSERT_EQ(net.UpdateBeliefs(), 0);
+        int withTables = 0;
         for (int h : handles) {
             std::vector<std::pair<std::vector<int>, const QEL_Dmatrix*>> tables;
             ASSERT_EQ(net.GetJpts(h, tables), 0);
@@ -249,7 +254,8 @@ TEST(JoinTreeNetworkTest, StoredTablesAreCliqueJoints) {
                 EXPECT_TRUE(tables.empty());
                 continue;
             }
-            ASSERT_FALSE(tables.empty()) << "node " << h;
+            if (tables.empty()) continue;
+            ++withTables;
             const QEL_Dmatrix& beliefs = Beliefs(net, h);
             for (const auto& entry : tables) {
                 const QEL_Dmatrix& m = *entry.second;
@@ -265,6 +271,7 @@ TEST(JoinTreeNetworkTest, StoredTablesAreCliqueJoints) {
                 for (int s = 0; s < states; ++s) EXPECT_NEAR(marginal[size_t(s)], beliefs[s], 1e-12);
             }
         }
+        EXPECT_GT(withTables, 0) << "seed " << seed;
     }
 }
 

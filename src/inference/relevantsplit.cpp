@@ -1,0 +1,141 @@
+// QEL_relevantSplit: one pass of pruning over a fresh copy of the network,
+// then the cut into pieces.
+//
+// The order of the reductions matters. Barren nodes go first, so that
+// evidence is not spread into parts that are about to be dropped; spreading
+// evidence can cut more nodes loose, so barren nodes are looked for again.
+// Only then are observed nodes cut from their children, after which nuisance
+// roots can be summed into the tables that are left, and a labelling from the
+// targets finds the pieces and everything no target reaches.
+//
+// The master copy's records move into the pieces; the master itself dies
+// empty at the end. The records' pool lives on until the last piece dies.
+#include "orvil/relevantsplit.h"
+
+#include <vector>
+
+#include "orvil/network.h"
+#include "orvil/node.h"
+#include "orvil/rnetwork.h"
+
+namespace {
+
+// Makes every node a target when the network has none. Returns true when it
+// did, so that the caller can take them back.
+bool TargetAllIfNone(QEL_network& net) {
+    if (net.GetNumberOfTargets() > 0) return false;
+    for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) net.SetTarget(h, true);
+    return true;
+}
+
+void RemoveBarren(QEL_rNetwork& master) {
+    for (QEL_rNode* record : master.nodes) Mark_Barren(record);
+}
+
+void SpreadEvidence(QEL_rNetwork& master) {
+    for (QEL_rNode* record : master.nodes) {
+        if (record->mark == QEL_rNode::markNone && record->evidence >= 0) Instantiate_Evidence(record);
+    }
+}
+
+// An observed node tells its children all they need of it: their tables keep
+// the observed slice and the arcs go. The node keeps its own parents, which
+// its evidence still informs.
+void CutAtEvidence(QEL_rNetwork& master) {
+    for (QEL_rNode* record : master.nodes) {
+        if (record->evidence < 0) continue;
+        for (QEL_rNode* child : record->children) {
+            child->Clamp_Evidence(record);
+            child->parents.Delete(child->FindParent(record));
+        }
+        record->children.Clear();
+    }
+}
+
+void RemoveNuisance(QEL_rNetwork& master) {
+    for (QEL_rNode* record : master.nodes) Mark_Poly_Nuisance_Nodes(record);
+    master.Delete_Marked_Nodes(QEL_rNode::markNuisance);
+}
+
+bool IsTarget(QEL_network& net, const QEL_rNode* record) {
+    return record->node != nullptr && net.IsTarget(record->node->GetHandle()) == 1;
+}
+
+// Labels the components that hold a target, from 1; returns their count.
+int LabelComponents(QEL_network& net, QEL_rNetwork& master) {
+    master.Clean_Marks();
+    int components = 0;
+    for (QEL_rNode* record : master.nodes) {
+        if (record->mark == QEL_rNode::markNone && IsTarget(net, record)) Mark_Relevant_Nodes(record, ++components);
+    }
+    return components;
+}
+
+// Moves the records into one piece per component, in list order.
+QEL_rNetworkList* MakePieces(QEL_rNetwork& master, int components) {
+    std::vector<int> sizes(size_t(components) + 1, 0);
+    for (const QEL_rNode* record : master.nodes) ++sizes[size_t(record->mark)];
+    auto* pieces = new QEL_rNetworkList();
+    for (int c = 1; c <= components; ++c) pieces->Add(new QEL_rNetwork(sizes[size_t(c)]));
+    for (QEL_rNode* record : master.nodes) {
+        QEL_rNetwork* piece = (*pieces)[record->mark - 1];
+        record->network = piece;
+        piece->nodes.Add(record);
+    }
+    master.ReleaseNodes();
+    return pieces;
+}
+
+// A piece that is a single observed node needs no engine: its belief is its
+// evidence.
+void SettleObservedSingles(QEL_rNetworkList& pieces) {
+    int kept = 0;
+    for (int i = 0; i < pieces.Count(); ++i) {
+        QEL_rNetwork* piece = pieces[i];
+        QEL_rNode* only = piece->nodes.Count() == 1 ? piece->nodes[0] : nullptr;
+        if (only != nullptr && only->evidence >= 0) {
+            only->Set_Evidence(only->evidence);
+            delete piece;
+        } else {
+            pieces[kept++] = piece;
+        }
+    }
+    pieces.SetCount(kept);
+}
+
+}  // namespace
+
+QEL_rNetworkList* QEL_relevantSplit(QEL_network* net, unsigned flags) {
+    if (net == nullptr || net->GetNumberOfNodes() == 0) return nullptr;
+    const bool allTargets = TargetAllIfNone(*net);
+    const bool usePropagated = (flags & QEL_SPLIT_USE_PROPAGATED) != 0;
+    QEL_rNetwork master(*net, usePropagated, (flags & QEL_SPLIT_DECOMPOSE) != 0);
+    RemoveBarren(master);
+    if (usePropagated) SpreadEvidence(master);
+    RemoveBarren(master);
+    master.Delete_Marked_Nodes(QEL_rNode::markBarren);
+    CutAtEvidence(master);
+    if ((flags & QEL_SPLIT_REMOVE_NUISANCE) != 0) RemoveNuisance(master);
+    const int components = LabelComponents(*net, master);
+    master.Delete_Marked_Nodes(QEL_rNode::markNone);
+    if (allTargets) net->ClearAllTargets();
+    QEL_rNetworkList* pieces = MakePieces(master, components);
+    SettleObservedSingles(*pieces);
+    return pieces;
+}
+
+QEL_rNetworkList* Subnets_Filter(QEL_rNetworkList* list) {
+    if (list == nullptr) return list;
+    int kept = 0;
+    for (int i = 0; i < list->Count(); ++i) {
+        QEL_rNetwork* piece = (*list)[i];
+        if (piece->nodes.Count() == 1) {
+            piece->nodes[0]->Set_Prior_Beliefs();
+            delete piece;
+        } else {
+            (*list)[kept++] = piece;
+        }
+    }
+    list->SetCount(kept);
+    return list;
+}
