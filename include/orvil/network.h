@@ -149,8 +149,9 @@ public:
     // a readiness pass. 0; -42 when the table cannot be made.
     int FastCopy(QEL_network& source);
     // Empties the network before a file is read into it: destroys every
-    // node and submodel, keeps the table's size, and resets the counts and
-    // sample numbers. Algorithm choices, flags, relevance events, creation
+    // node and every submodel below the root (whose header, the network's
+    // id and name, stays), keeps the table's size, and resets the counts
+    // and sample numbers; stored joint tables are dropped. Algorithm choices, flags, relevance events, creation
     // record, properties and documentation stay, and so do the slots' cost
     // lists, flags and temporal types (AddNode clears the last two when it
     // reuses a slot). Returns 0.
