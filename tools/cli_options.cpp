@@ -156,9 +156,9 @@ private:
 
     bool Targets()
     {
-        do
+        do {
             out.targets.push_back(value);
-        while (MoreValues(false));
+        } while (MoreValues(false));
         return true;
     }
 

@@ -69,7 +69,9 @@ void SummarizeJoinTree(QEL_network& net, ModelSummary& s)
     int rc = net.UpdateBeliefs();
     TsTriangulatorStatsFunc = nullptr;
     collecting = nullptr;
-    s.joinTreeBuilt = rc == 0 || s.pieces > 0;
+    // A failed update may have built some pieces before it gave up; their
+    // figures would understate the model, so none are shown.
+    s.joinTreeBuilt = rc == 0;
     if (!s.joinTreeBuilt)
         s.joinTreeFailure = WithEngineMessage("status " + std::to_string(rc));
 }
