@@ -70,7 +70,6 @@ public:
     // FindHosts.
     int GetCliqueCount() const { return cliques.Count(); }
     TsClique* GetClique(int i) const { return cliques[i]; }
-    TsClique* GetRoot() const { return root; }
 
 private:
     // A node whose belief is read from a clique, and where its marginal goes.

@@ -71,7 +71,6 @@ public:
 
     // The nodes in the order they were eliminated as clique makers.
     const fastarray<int, 8, int>& GetEliminationOrder() const { return order; }
-    uint64_t GetTotalSize() const { return totalSize; }
 
 private:
     struct NodeRecord {

@@ -40,7 +40,6 @@ public:
     const QEL_Dmatrix* GetMatrix(int i) const;
     // The observed outcome of `i`, or -1.
     int GetEvidence(int i) const { return evidence[i]; }
-    QEL_rNetwork& GetPiece() const { return piece; }
 
     // Makes the value of `i` one-dimensional of its state count and returns
     // its cells; null when the node has no value.
@@ -74,7 +73,6 @@ private:
     // state count, and its own last.
     bool FitsItsFamily(int i) const;
 
-    QEL_rNetwork& piece;
     int* zeroCounter;
     std::vector<QEL_rNode*> records;
     std::vector<int> states;

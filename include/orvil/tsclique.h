@@ -68,7 +68,6 @@ public:
     // Membership while the tree is built.
     void AddNode(int node);
     void AddSeparatorNode(int node);
-    bool Contains(int node) const { return nodeMember[node]; }
     // True when every node of `other`'s separator is in this clique.
     bool CheckSubset(const TsClique& other) const;
     // True when this clique holds `node` and all its parents (those inside

@@ -18,7 +18,7 @@
 #include "orvil/nodevalue.h"
 #include "orvil/rnetwork.h"
 
-TsAdapter::TsAdapter(QEL_rNetwork& piece, int* zeroCounter) : piece(piece), zeroCounter(zeroCounter) {
+TsAdapter::TsAdapter(QEL_rNetwork& piece, int* zeroCounter) : zeroCounter(zeroCounter) {
     const int n = piece.nodes.Count();
     records.assign(piece.nodes.begin(), piece.nodes.end());
     states.resize(size_t(n));
