@@ -91,6 +91,10 @@ TEST(NativeDamage, GoodDocumentLoadsAndUnknownContentOnlyWarns) {
     // The attribute, the element (not its contents), the case block, and
     // the closing notice.
     EXPECT_EQ(result.warnings, 4);
+
+    QEL_errorH().Flush();
+    EXPECT_EQ(other.ReadFile("/nonexistent-dir/model.xqel", 0, nullptr), QEL_FILE_IO_FAILED);
+    EXPECT_NE(nativetest::LastMessage().find("Can't open file /nonexistent-dir/model.xqel"), std::string::npos);
 }
 
 TEST(NativeDamage, EachKindOfDamageGivesItsMessage) {
