@@ -36,6 +36,8 @@ void TsBuildOdometer(const int32_t* sizes, const int64_t* strides, int from, int
 
 class TsPass {
 public:
+    TsPass() { operands.reserve(16); }
+
     enum Kind {
         copyFrom,    // dense = operand
         multiplyBy,  // dense *= operand

@@ -28,7 +28,12 @@ TsAdapter::TsAdapter(QEL_rNetwork& piece, int* zeroCounter) : zeroCounter(zeroCo
     // Record position in the pool block -> node number in this piece.
     const QEL_rNode::QEL_rNodePool* pool = records[0]->pool;
     std::vector<int> numberOf(size_t(pool->GetNumberMade()), -1);
-    for (int i = 0; i < n; ++i) numberOf[size_t(pool->IndexOf(records[size_t(i)]))] = i;
+    int arcs = 0;
+    for (int i = 0; i < n; ++i) {
+        numberOf[size_t(pool->IndexOf(records[size_t(i)]))] = i;
+        arcs += records[size_t(i)]->parents.Count();
+    }
+    parentList.reserve(size_t(arcs));
     for (int i = 0; i < n; ++i) {
         QEL_rNode* record = records[size_t(i)];
         states[size_t(i)] = record->Get_Num_of_States();

@@ -124,6 +124,7 @@ void TsJoinTree::PlanBeliefs() {
     const int n = adapter.GetNodeCount();
     std::vector<bool> done(size_t(n), false);
     plan.clear();
+    plan.reserve(size_t(n));
     int cells = 0;
     for (TsClique* clique : cliques) {
         clique->beliefFirst = int(plan.size());
@@ -160,6 +161,7 @@ void TsJoinTree::BottomUp(std::vector<TsClique*>& order) const {
     order.clear();
     if (root == nullptr) return;
     // Breadth-first from the root, read backwards.
+    order.reserve(size_t(cliques.Count()));
     order.push_back(root);
     for (size_t i = 0; i < order.size(); ++i) {
         for (TsClique* child : order[i]->children) order.push_back(child);
