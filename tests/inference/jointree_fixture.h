@@ -19,7 +19,7 @@ namespace jointree_test {
 
 // A model described by plain vectors: the source of both a piece and the
 // oracle's model.
-struct ModelSpec {
+struct ModelDescription {
     std::vector<int> states;
     std::vector<std::vector<int>> parents;  // table order
     std::vector<std::vector<double>> tables;  // parents first, own outcome last and fastest
@@ -27,46 +27,46 @@ struct ModelSpec {
 };
 
 // A piece with records of no QEL_node, each owning a copy of its table.
-inline std::unique_ptr<QEL_rNetwork> BuildPiece(const ModelSpec& spec) {
-    const int n = int(spec.states.size());
+inline std::unique_ptr<QEL_rNetwork> BuildPiece(const ModelDescription& model) {
+    const int n = int(model.states.size());
     auto piece = std::make_unique<QEL_rNetwork>(n);
     auto* pool = new QEL_rNode::QEL_rNodePool(n);
     for (int i = 0; i < n; ++i) {
         QEL_rNode* record = pool->Create_Node();
         record->network = piece.get();
-        record->evidence = spec.evidence[size_t(i)];
+        record->evidence = model.evidence[size_t(i)];
         piece->nodes.Add(record);
     }
     if (n == 0) pool->DeleteIfUnused();
     for (int i = 0; i < n; ++i) {
         QEL_rNode* record = piece->nodes[i];
         QEL_intArray dims;
-        for (int p : spec.parents[size_t(i)]) {
+        for (int p : model.parents[size_t(i)]) {
             record->parents.Add(piece->nodes[p]);
             piece->nodes[p]->children.Add(record);
-            dims.Add(spec.states[size_t(p)]);
+            dims.Add(model.states[size_t(p)]);
         }
-        dims.Add(spec.states[size_t(i)]);
+        dims.Add(model.states[size_t(i)]);
         auto* table = new QEL_Dmatrix(dims);
-        const std::vector<double>& cells = spec.tables[size_t(i)];
+        const std::vector<double>& cells = model.tables[size_t(i)];
         for (size_t c = 0; c < cells.size(); ++c) (*table)[int(c)] = cells[c];
         record->Set_Probabilities_Table(table);
     }
     return piece;
 }
 
-inline orvil_test::BruteModel ToBrute(const ModelSpec& spec) {
-    orvil_test::BruteModel model;
-    for (size_t i = 0; i < spec.states.size(); ++i) {
+inline orvil_test::BruteModel ToBrute(const ModelDescription& model) {
+    orvil_test::BruteModel brute;
+    for (size_t i = 0; i < model.states.size(); ++i) {
         orvil_test::BruteVariable v;
         v.handle = int(i);
-        v.states = spec.states[i];
-        v.parents = spec.parents[i];
-        v.table = spec.tables[i];
-        v.evidence = spec.evidence[i];
-        model.vars.push_back(v);
+        v.states = model.states[i];
+        v.parents = model.parents[i];
+        v.table = model.tables[i];
+        v.evidence = model.evidence[i];
+        brute.vars.push_back(v);
     }
-    return model;
+    return brute;
 }
 
 struct RandomOptions {
@@ -81,20 +81,20 @@ struct RandomOptions {
 // A random acyclic model whose node numbers are shuffled, so parents may come
 // after their children. Evidence is drawn from a forward sample, so it is
 // always possible.
-inline ModelSpec RandomModel(std::mt19937& rng, const RandomOptions& options) {
+inline ModelDescription RandomModel(std::mt19937& rng, const RandomOptions& options) {
     std::uniform_int_distribution<int> nodeCount(options.minNodes, options.maxNodes);
     const int n = nodeCount(rng);
     std::vector<int> number(static_cast<size_t>(n));  // topological position -> node number
     for (int i = 0; i < n; ++i) number[size_t(i)] = i;
     std::shuffle(number.begin(), number.end(), rng);
 
-    ModelSpec spec;
-    spec.states.assign(size_t(n), 2);
-    spec.parents.assign(size_t(n), {});
-    spec.tables.assign(size_t(n), {});
-    spec.evidence.assign(size_t(n), -1);
+    ModelDescription model;
+    model.states.assign(size_t(n), 2);
+    model.parents.assign(size_t(n), {});
+    model.tables.assign(size_t(n), {});
+    model.evidence.assign(size_t(n), -1);
     std::uniform_int_distribution<int> states(2, options.maxStates);
-    for (int i = 0; i < n; ++i) spec.states[size_t(i)] = states(rng);
+    for (int i = 0; i < n; ++i) model.states[size_t(i)] = states(rng);
 
     std::uniform_real_distribution<double> unit(0.0, 1.0);
     for (int t = 0; t < n; ++t) {
@@ -103,11 +103,11 @@ inline ModelSpec RandomModel(std::mt19937& rng, const RandomOptions& options) {
         std::vector<int> earlier(number.begin(), number.begin() + t);
         std::shuffle(earlier.begin(), earlier.end(), rng);
         earlier.resize(size_t(parentCount(rng)));
-        spec.parents[size_t(v)] = earlier;
+        model.parents[size_t(v)] = earlier;
         int columns = 1;
-        for (int p : earlier) columns *= spec.states[size_t(p)];
-        const int s = spec.states[size_t(v)];
-        std::vector<double>& table = spec.tables[size_t(v)];
+        for (int p : earlier) columns *= model.states[size_t(p)];
+        const int s = model.states[size_t(v)];
+        std::vector<double>& table = model.tables[size_t(v)];
         table.resize(size_t(columns * s));
         for (int c = 0; c < columns; ++c) {
             double sum = 0.0;
@@ -129,20 +129,20 @@ inline ModelSpec RandomModel(std::mt19937& rng, const RandomOptions& options) {
     for (int t = 0; t < n; ++t) {
         const int v = number[size_t(t)];
         int column = 0;
-        for (int p : spec.parents[size_t(v)]) column = column * spec.states[size_t(p)] + sample[size_t(p)];
-        const int s = spec.states[size_t(v)];
+        for (int p : model.parents[size_t(v)]) column = column * model.states[size_t(p)] + sample[size_t(p)];
+        const int s = model.states[size_t(v)];
         double u = unit(rng);
         int pick = -1;
         for (int k = 0; k < s; ++k) {
-            const double cell = spec.tables[size_t(v)][size_t(column * s + k)];
+            const double cell = model.tables[size_t(v)][size_t(column * s + k)];
             if (cell > 0.0) pick = k;
             u -= cell;
             if (u < 0.0 && cell > 0.0) break;
         }
         sample[size_t(v)] = pick;
-        if (unit(rng) < options.evidenceShare) spec.evidence[size_t(v)] = pick;
+        if (unit(rng) < options.evidenceShare) model.evidence[size_t(v)] = pick;
     }
-    return spec;
+    return model;
 }
 
 // Collects what the engine would write into node values. Node numbers stand

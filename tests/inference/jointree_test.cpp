@@ -14,15 +14,15 @@ namespace {
 
 using jointree_test::BuildPiece;
 using jointree_test::CollectingAdapter;
-using jointree_test::ModelSpec;
+using jointree_test::ModelDescription;
 using jointree_test::RandomModel;
 using jointree_test::RandomOptions;
 using jointree_test::ToBrute;
 
-void ExpectBeliefsMatch(const ModelSpec& spec, const CollectingAdapter& adapter,
+void ExpectBeliefsMatch(const ModelDescription& model, const CollectingAdapter& adapter,
                         const orvil_test::BruteResult& truth, int round) {
-    for (size_t v = 0; v < spec.states.size(); ++v) {
-        if (spec.evidence[v] >= 0) {
+    for (size_t v = 0; v < model.states.size(); ++v) {
+        if (model.evidence[v] >= 0) {
             EXPECT_FALSE(adapter.valid[v]) << "observed node " << v << " round " << round;
             continue;
         }
@@ -43,18 +43,18 @@ TEST(JoinTreeTest, BeliefsAndEvidenceProbabilityMatchEnumeration) {
     RandomOptions options;
     for (int round = 0; round < 600; ++round) {
         options.evidenceShare = (round % 3) * 0.25;
-        const ModelSpec spec = RandomModel(rng, options);
-        const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(spec));
+        const ModelDescription model = RandomModel(rng, options);
+        const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(model));
         ASSERT_TRUE(truth.ok);
         ASSERT_GT(truth.probEvidence, 0.0);
 
-        auto piece = BuildPiece(spec);
+        auto piece = BuildPiece(model);
         int zeros = 0;
         CollectingAdapter adapter(*piece, &zeros);
         TsJoinTree tree(adapter);
         ASSERT_TRUE(tree.UpdateBeliefs()) << "round " << round;
         EXPECT_EQ(zeros, 0);
-        ExpectBeliefsMatch(spec, adapter, truth, round);
+        ExpectBeliefsMatch(model, adapter, truth, round);
 
         const double pe = tree.CalcNormFactor();
         EXPECT_NEAR(pe, truth.probEvidence, 1e-12 * truth.probEvidence) << "round " << round;
@@ -73,14 +73,14 @@ TEST(JoinTreeTest, DenserPiecesMatchEnumeration) {
     options.zeroShare = 0.1;
     for (int round = 0; round < 60; ++round) {
         options.evidenceShare = (round % 2) * 0.2;
-        const ModelSpec spec = RandomModel(rng, options);
-        const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(spec));
+        const ModelDescription model = RandomModel(rng, options);
+        const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(model));
         ASSERT_TRUE(truth.ok);
-        auto piece = BuildPiece(spec);
+        auto piece = BuildPiece(model);
         CollectingAdapter adapter(*piece);
         TsJoinTree tree(adapter);
         ASSERT_TRUE(tree.UpdateBeliefs());
-        ExpectBeliefsMatch(spec, adapter, truth, round);
+        ExpectBeliefsMatch(model, adapter, truth, round);
         EXPECT_NEAR(tree.CalcNormFactor(), truth.probEvidence, 1e-12 * truth.probEvidence);
     }
 }
@@ -97,14 +97,14 @@ TEST(JoinTreeTest, LargeCliquesMatchEnumeration) {
     options.zeroShare = 0.05;
     for (int round = 0; round < 6; ++round) {
         options.evidenceShare = (round % 2) * 0.15;
-        const ModelSpec spec = RandomModel(rng, options);
-        const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(spec));
+        const ModelDescription model = RandomModel(rng, options);
+        const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(model));
         if (!truth.ok) continue;
-        auto piece = BuildPiece(spec);
+        auto piece = BuildPiece(model);
         CollectingAdapter adapter(*piece);
         TsJoinTree tree(adapter);
         ASSERT_TRUE(tree.UpdateBeliefs());
-        ExpectBeliefsMatch(spec, adapter, truth, round);
+        ExpectBeliefsMatch(model, adapter, truth, round);
         EXPECT_NEAR(tree.CalcNormFactor(), truth.probEvidence, 1e-12 * truth.probEvidence);
     }
 }
@@ -112,22 +112,22 @@ TEST(JoinTreeTest, LargeCliquesMatchEnumeration) {
 // Disconnected parts share one tree through empty separators; each part is
 // normalised on its own, and the evidence probability is the product.
 TEST(JoinTreeTest, DisconnectedPartsAndObservedCutNodes) {
-    ModelSpec spec;
+    ModelDescription model;
     // 0 -> 1 -> 2 with 1 observed, and an isolated pair 3 -> 4.
-    spec.states = {2, 3, 2, 2, 2};
-    spec.parents = {{}, {0}, {1}, {}, {3}};
-    spec.tables = {{0.3, 0.7},
+    model.states = {2, 3, 2, 2, 2};
+    model.parents = {{}, {0}, {1}, {}, {3}};
+    model.tables = {{0.3, 0.7},
                    {0.2, 0.5, 0.3, 0.6, 0.1, 0.3},
                    {0.9, 0.1, 0.4, 0.6, 0.5, 0.5},
                    {0.25, 0.75},
                    {0.1, 0.9, 0.8, 0.2}};
-    spec.evidence = {-1, 2, -1, -1, 1};
-    const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(spec));
-    auto piece = BuildPiece(spec);
+    model.evidence = {-1, 2, -1, -1, 1};
+    const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(model));
+    auto piece = BuildPiece(model);
     CollectingAdapter adapter(*piece);
     TsJoinTree tree(adapter);
     ASSERT_TRUE(tree.UpdateBeliefs());
-    ExpectBeliefsMatch(spec, adapter, truth, 0);
+    ExpectBeliefsMatch(model, adapter, truth, 0);
     EXPECT_NEAR(tree.CalcNormFactor(), truth.probEvidence, 1e-15);
     EXPECT_NEAR(truth.probEvidence, (0.3 * 0.3 + 0.7 * 0.3) * (0.25 * 0.9 + 0.75 * 0.2), 1e-15);
 }
@@ -135,13 +135,13 @@ TEST(JoinTreeTest, DisconnectedPartsAndObservedCutNodes) {
 // A clique whose nodes are all observed keeps a potential of one cell, and
 // the beliefs around it are still right.
 TEST(JoinTreeTest, FullyObservedCliqueHasOneCell) {
-    ModelSpec spec;
-    spec.states = {2, 2, 3};
-    spec.parents = {{}, {0}, {1}};
-    spec.tables = {{0.4, 0.6}, {0.7, 0.3, 0.2, 0.8}, {0.1, 0.2, 0.7, 0.5, 0.25, 0.25}};
-    spec.evidence = {1, 0, -1};
-    const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(spec));
-    auto piece = BuildPiece(spec);
+    ModelDescription model;
+    model.states = {2, 2, 3};
+    model.parents = {{}, {0}, {1}};
+    model.tables = {{0.4, 0.6}, {0.7, 0.3, 0.2, 0.8}, {0.1, 0.2, 0.7, 0.5, 0.25, 0.25}};
+    model.evidence = {1, 0, -1};
+    const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(model));
+    auto piece = BuildPiece(model);
     CollectingAdapter adapter(*piece);
     TsJoinTree tree(adapter);
     ASSERT_TRUE(tree.Triangulate(0));
@@ -160,18 +160,18 @@ TEST(JoinTreeTest, FullyObservedCliqueHasOneCell) {
     tree.Distribute();
     tree.CalcBeliefs(nullptr);
     tree.CleanUp();
-    ExpectBeliefsMatch(spec, adapter, truth, 0);
+    ExpectBeliefsMatch(model, adapter, truth, 0);
 }
 
 // Impossible evidence: every affected node is reported once through the log
 // and the counter, and no belief is written for it.
 TEST(JoinTreeTest, ZeroPotentialIsReportedNotWritten) {
-    ModelSpec spec;
-    spec.states = {2, 2, 2};
-    spec.parents = {{}, {0}, {}};
-    spec.tables = {{1.0, 0.0}, {1.0, 0.0, 0.5, 0.5}, {0.5, 0.5}};
-    spec.evidence = {-1, 1, -1};  // 0 is surely 0, and then 1 is surely 0
-    auto piece = BuildPiece(spec);
+    ModelDescription model;
+    model.states = {2, 2, 2};
+    model.parents = {{}, {0}, {}};
+    model.tables = {{1.0, 0.0}, {1.0, 0.0, 0.5, 0.5}, {0.5, 0.5}};
+    model.evidence = {-1, 1, -1};  // 0 is surely 0, and then 1 is surely 0
+    auto piece = BuildPiece(model);
     int zeros = 0;
     CollectingAdapter adapter(*piece, &zeros);
     TsJoinTree tree(adapter);
@@ -191,12 +191,12 @@ TEST(JoinTreeTest, ZeroPotentialIsReportedNotWritten) {
 // A table whose shape does not fit its record's parents is left out rather
 // than walked past its end: the other tables still give their beliefs.
 TEST(JoinTreeTest, MisshapenTablesAreLeftOut) {
-    ModelSpec spec;
-    spec.states = {2, 3};
-    spec.parents = {{}, {}};
-    spec.tables = {{0.25, 0.75}, {0.2, 0.3, 0.5}};
-    spec.evidence = {-1, -1};
-    auto piece = BuildPiece(spec);
+    ModelDescription model;
+    model.states = {2, 3};
+    model.parents = {{}, {}};
+    model.tables = {{0.25, 0.75}, {0.2, 0.3, 0.5}};
+    model.evidence = {-1, -1};
+    auto piece = BuildPiece(model);
     // An arc the child's table knows nothing of.
     piece->nodes[1]->parents.Add(piece->nodes[0]);
     piece->nodes[0]->children.Add(piece->nodes[1]);
@@ -218,8 +218,8 @@ TEST(JoinTreeTest, BudgetFailureWritesNothing) {
     options.minNodes = 6;
     options.evidenceShare = 0.0;
     for (int round = 0; round < 40; ++round) {
-        const ModelSpec spec = RandomModel(rng, options);
-        auto piece = BuildPiece(spec);
+        const ModelDescription model = RandomModel(rng, options);
+        auto piece = BuildPiece(model);
         CollectingAdapter probe(*piece);
         TsJoinTree sizing(probe);
         ASSERT_TRUE(sizing.Triangulate(0));
@@ -230,14 +230,14 @@ TEST(JoinTreeTest, BudgetFailureWritesNothing) {
         CollectingAdapter tight(*piece);
         TsJoinTree failing(tight);
         EXPECT_FALSE(failing.UpdateBeliefsEx(nullptr, total - 1));
-        for (size_t v = 0; v < spec.states.size(); ++v) {
+        for (size_t v = 0; v < model.states.size(); ++v) {
             EXPECT_FALSE(tight.valid[v]);
             EXPECT_TRUE(tight.beliefs[v].empty());
         }
         CollectingAdapter exact(*piece);
         TsJoinTree passing(exact);
         EXPECT_TRUE(passing.UpdateBeliefsEx(nullptr, total));
-        for (size_t v = 0; v < spec.states.size(); ++v) EXPECT_TRUE(exact.valid[v]);
+        for (size_t v = 0; v < model.states.size(); ++v) EXPECT_TRUE(exact.valid[v]);
     }
 }
 
@@ -249,9 +249,9 @@ TEST(JoinTreeTest, PendingMaskAndTargetsChooseTheNodes) {
     options.minNodes = 5;
     options.evidenceShare = 0.0;
     for (int round = 0; round < 50; ++round) {
-        const ModelSpec spec = RandomModel(rng, options);
-        const size_t n = spec.states.size();
-        auto piece = BuildPiece(spec);
+        const ModelDescription model = RandomModel(rng, options);
+        const size_t n = model.states.size();
+        auto piece = BuildPiece(model);
         std::vector<char> mask(n);
         bool pending[16];
         for (size_t v = 0; v < n; ++v) {
@@ -282,9 +282,9 @@ TEST(JoinTreeTest, ExportedTablesAreCliqueJoints) {
     RandomOptions options;
     for (int round = 0; round < 150; ++round) {
         options.evidenceShare = (round % 2) * 0.3;
-        const ModelSpec spec = RandomModel(rng, options);
-        const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(spec));
-        auto piece = BuildPiece(spec);
+        const ModelDescription model = RandomModel(rng, options);
+        const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(model));
+        auto piece = BuildPiece(model);
         CollectingAdapter adapter(*piece);
         adapter.storePotentials = true;
         TsJoinTree tree(adapter);
@@ -297,9 +297,9 @@ TEST(JoinTreeTest, ExportedTablesAreCliqueJoints) {
             EXPECT_NEAR(total, 1.0, 1e-12);
             for (size_t d = 0; d < nodes.size(); ++d) {
                 const int v = nodes[d];
-                EXPECT_LT(spec.evidence[size_t(v)], 0);
+                EXPECT_LT(model.evidence[size_t(v)], 0);
                 const int stride = m.GetPreProduct()[int(d)];
-                const int s = spec.states[size_t(v)];
+                const int s = model.states[size_t(v)];
                 std::vector<double> marginal(size_t(s), 0.0);
                 for (int c = 0; c < m.GetSize(); ++c) marginal[size_t((c / stride) % s)] += m[c];
                 for (int k = 0; k < s; ++k) {

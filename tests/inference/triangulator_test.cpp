@@ -14,26 +14,26 @@ namespace {
 
 using jointree_test::BuildPiece;
 using jointree_test::CollectingAdapter;
-using jointree_test::ModelSpec;
+using jointree_test::ModelDescription;
 using jointree_test::RandomModel;
 using jointree_test::RandomOptions;
 
 // A piece for triangulation only: the given parents and state counts, with a
 // one-dimensional table per node (the triangulator reads no cells).
-ModelSpec Structure(const std::vector<int>& states) {
-    ModelSpec spec;
-    spec.states = states;
-    spec.parents.assign(states.size(), {});
-    spec.tables.resize(states.size());
-    spec.evidence.assign(states.size(), -1);
-    for (size_t i = 0; i < states.size(); ++i) spec.tables[i].assign(size_t(states[i]), 1.0 / states[i]);
-    return spec;
+ModelDescription Structure(const std::vector<int>& states) {
+    ModelDescription model;
+    model.states = states;
+    model.parents.assign(states.size(), {});
+    model.tables.resize(states.size());
+    model.evidence.assign(states.size(), -1);
+    for (size_t i = 0; i < states.size(); ++i) model.tables[i].assign(size_t(states[i]), 1.0 / states[i]);
+    return model;
 }
 
 // BuildPiece of a Structure, with the arcs of `parents` recorded without
 // widening the tables.
-std::unique_ptr<QEL_rNetwork> BuildStructure(const ModelSpec& spec, const std::vector<std::vector<int>>& parents) {
-    auto piece = BuildPiece(spec);
+std::unique_ptr<QEL_rNetwork> BuildStructure(const ModelDescription& model, const std::vector<std::vector<int>>& parents) {
+    auto piece = BuildPiece(model);
     for (size_t i = 0; i < parents.size(); ++i) {
         for (int p : parents[i]) {
             piece->nodes[int(i)]->parents.Add(piece->nodes[p]);
@@ -82,12 +82,12 @@ TEST(TriangulatorTest, RandomPiecesGiveJoinTrees) {
     options.maxParents = 4;
     for (int round = 0; round < 300; ++round) {
         options.evidenceShare = (round % 3) * 0.2;
-        const ModelSpec spec = RandomModel(rng, options);
-        auto piece = BuildPiece(spec);
+        const ModelDescription model = RandomModel(rng, options);
+        auto piece = BuildPiece(model);
         TriangulatorRun run(*piece);
         const Triangulation t = run.Run(0xffffffffu);
         ASSERT_TRUE(t.ok);
-        const int n = int(spec.states.size());
+        const int n = int(model.states.size());
         const int count = int(t.cliques.size());
         ASSERT_GT(count, 0);
         ASSERT_LE(count, n);
@@ -102,7 +102,7 @@ TEST(TriangulatorTest, RandomPiecesGiveJoinTrees) {
             const std::set<int> nodes = NodesOf(clique);
             EXPECT_EQ(nodes.count(clique.eliminated), 1u);
             uint64_t size = 1;
-            for (int v : nodes) size *= uint64_t(spec.evidence[size_t(v)] >= 0 ? 1 : spec.states[size_t(v)]);
+            for (int v : nodes) size *= uint64_t(model.evidence[size_t(v)] >= 0 ? 1 : model.states[size_t(v)]);
             EXPECT_EQ(uint64_t(clique.size), size);
             std::set<int> later;
             for (int d = c + 1; d < count; ++d) {
@@ -122,8 +122,8 @@ TEST(TriangulatorTest, RandomPiecesGiveJoinTrees) {
         }
         for (int v = 0; v < n; ++v) {
             std::set<int> family{v};
-            for (int p : spec.parents[size_t(v)]) {
-                if (spec.evidence[size_t(p)] < 0) family.insert(p);
+            for (int p : model.parents[size_t(v)]) {
+                if (model.evidence[size_t(p)] < 0) family.insert(p);
             }
             bool held = false;
             std::vector<const TsClique*> holders;
@@ -232,9 +232,9 @@ TEST(TriangulatorTest, CliqueCapNodeLimitAndObservedParents) {
         // twenty observed, the rest form one clique of eleven, and each
         // observed node, whose parents are all observed, stands alone.
         const auto parents = complete(31);
-        ModelSpec spec = Structure(std::vector<int>(31, 2));
-        for (int i = 0; i < 20; ++i) spec.evidence[size_t(i)] = 0;
-        auto piece = BuildStructure(spec, parents);
+        ModelDescription model = Structure(std::vector<int>(31, 2));
+        for (int i = 0; i < 20; ++i) model.evidence[size_t(i)] = 0;
+        auto piece = BuildStructure(model, parents);
         TriangulatorRun run(*piece);
         const Triangulation t = run.Run(0);
         ASSERT_TRUE(t.ok);
@@ -261,14 +261,14 @@ TEST(TriangulatorTest, StatisticsDescribeTheCliques) {
     TsTriangulatorStatsFunc = RecordStats;
     for (int round = 0; round < 100; ++round) {
         options.evidenceShare = (round % 2) * 0.3;
-        const ModelSpec spec = RandomModel(rng, options);
-        auto piece = BuildPiece(spec);
+        const ModelDescription model = RandomModel(rng, options);
+        auto piece = BuildPiece(model);
         TriangulatorRun run(*piece);
         statsCalls = 0;
         const Triangulation t = run.Run(0);
         ASSERT_TRUE(t.ok);
         ASSERT_EQ(statsCalls, 1);
-        EXPECT_EQ(lastStats.nodeCount, int(spec.states.size()));
+        EXPECT_EQ(lastStats.nodeCount, int(model.states.size()));
         EXPECT_EQ(lastStats.sizeLimit, TsTriangulator::defaultSizeLimit);
         ASSERT_EQ(lastStats.cliqueCount, int(t.cliques.size()));
         ASSERT_EQ(lastStats.cliqueSizes.size(), t.cliques.size());
@@ -286,7 +286,7 @@ TEST(TriangulatorTest, StatisticsDescribeTheCliques) {
             maxNodes = std::max(maxNodes, clique.nodes.count);
             if (clique.parent == nullptr) continue;
             uint32_t size = 1;
-            for (int i = 0; i < clique.separator.count; ++i) size *= uint32_t(spec.states[size_t(clique.separator[i])]);
+            for (int i = 0; i < clique.separator.count; ++i) size *= uint32_t(model.states[size_t(clique.separator[i])]);
             separatorTotal += size;
             separatorMax = std::max(separatorMax, size);
             separatorNodes = std::max(separatorNodes, clique.separator.count);
