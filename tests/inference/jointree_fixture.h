@@ -163,25 +163,10 @@ public:
     int GetNodeHandle(int i) const override { return i; }
     bool IsTarget(int i) const override { return targets[size_t(i)]; }
     void SetValueValid(int i) override { valid[size_t(i)] = true; }
-    bool WillStorePotentials() const override { return storePotentials; }
-    QEL_Dmatrix* GetPotentialMatrix(const fastarray<int, 24, int>& nodes,
-                                    const fastarray<int, 24, int>& dims) override {
-        QEL_intArray sizes;
-        std::vector<int> list;
-        for (int i = 0; i < nodes.Count(); ++i) {
-            sizes.Add(dims[i]);
-            list.push_back(nodes[i]);
-        }
-        if (list.empty()) return nullptr;
-        stored.emplace_back(list, std::make_unique<QEL_Dmatrix>(sizes));
-        return stored.back().second.get();
-    }
 
     std::vector<std::vector<double>> beliefs;
     std::vector<bool> valid;
     std::vector<bool> targets;
-    bool storePotentials = false;
-    std::vector<std::pair<std::vector<int>, std::unique_ptr<QEL_Dmatrix>>> stored;
 };
 
 }  // namespace jointree_test
