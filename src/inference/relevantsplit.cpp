@@ -4,9 +4,10 @@
 // The order of the reductions matters. Barren nodes go first, so that
 // evidence is not spread into parts that are about to be dropped; spreading
 // evidence can cut more nodes loose, so barren nodes are looked for again.
-// Only then are observed nodes cut from their children, after which nuisance
-// roots can be summed into the tables that are left, and a labelling from the
-// targets finds the pieces and everything no target reaches.
+// Only then are observed nodes cut from their children, and a labelling from
+// the targets finds the pieces and everything no target reaches. Tables are
+// sliced and nuisance roots summed out last, on what is left, because those
+// are the steps that copy tables.
 //
 // The master copy's records move into the pieces; the master itself dies
 // empty at the end. The records' pool lives on until the last piece dies.
@@ -14,6 +15,8 @@
 
 #include <vector>
 
+#include "orvil/dmatrix.h"
+#include "orvil/intarray.h"
 #include "orvil/network.h"
 #include "orvil/node.h"
 #include "orvil/rnetwork.h"
@@ -38,21 +41,57 @@ void SpreadEvidence(QEL_rNetwork& master) {
     }
 }
 
-// An observed node tells its children all they need of it: their tables keep
-// the observed slice and the arcs go. The node keeps its own parents, which
-// its evidence still informs.
-void CutAtEvidence(QEL_rNetwork& master) {
+// A child's table waiting to lose the dimensions of its observed parents:
+// one entry per dimension, the observed outcome or -1 to keep it.
+struct PendingSlice {
+    QEL_rNode* record;
+    QEL_intArray fixed;
+};
+
+// An observed node tells its children all they need of it: the arcs go, and
+// the children's tables are to keep only the observed slices. The node keeps
+// its own parents, which its evidence still informs. Slicing waits until the
+// pieces are known, so that no table is copied for a node that is dropped,
+// and a child of several observed parents is copied once.
+void CutAtEvidence(QEL_rNetwork& master, std::vector<PendingSlice>& pending) {
     for (QEL_rNode* record : master.nodes) {
-        if (record->evidence < 0) continue;
-        for (QEL_rNode* child : record->children) {
-            child->Clamp_Evidence(record);
-            child->parents.Delete(child->FindParent(record));
+        fastarray<QEL_rNode*, 8, int>& parents = record->parents;
+        int kept = 0;
+        PendingSlice slice{record, QEL_intArray()};
+        for (int p = 0; p < parents.Count(); ++p) {
+            if (parents[p]->evidence < 0) {
+                parents[kept++] = parents[p];
+                continue;
+            }
+            if (slice.fixed.NumItems() == 0) {
+                for (int d = 0; d <= parents.Count(); ++d) slice.fixed.Add(-1);
+            }
+            slice.fixed[p] = parents[p]->evidence;
         }
-        record->children.Clear();
+        parents.SetCount(kept);
+        if (slice.fixed.NumItems() > 0 && record->table != nullptr) pending.push_back(slice);
+    }
+    for (QEL_rNode* record : master.nodes) {
+        if (record->evidence >= 0) record->children.Clear();
+    }
+}
+
+// Slices the tables of the records that made it into a piece (mark above 0).
+void ApplySlices(const std::vector<PendingSlice>& pending) {
+    for (const PendingSlice& slice : pending) {
+        QEL_rNode* record = slice.record;
+        if (record->mark <= QEL_rNode::markNone) continue;
+        auto* sliced = new QEL_Dmatrix();
+        if (record->table->RemoveDimensions(slice.fixed, *sliced) != 0) {
+            delete sliced;
+            continue;
+        }
+        record->Set_Probabilities_Table(sliced);
     }
 }
 
 void RemoveNuisance(QEL_rNetwork& master) {
+    master.Clean_Marks();
     for (QEL_rNode* record : master.nodes) Mark_Poly_Nuisance_Nodes(record);
     master.Delete_Marked_Nodes(QEL_rNode::markNuisance);
 }
@@ -114,10 +153,17 @@ QEL_rNetworkList* QEL_relevantSplit(QEL_network* net, unsigned flags) {
     if (usePropagated) SpreadEvidence(master);
     RemoveBarren(master);
     master.Delete_Marked_Nodes(QEL_rNode::markBarren);
-    CutAtEvidence(master);
-    if ((flags & QEL_SPLIT_REMOVE_NUISANCE) != 0) RemoveNuisance(master);
-    const int components = LabelComponents(*net, master);
+    std::vector<PendingSlice> pending;
+    CutAtEvidence(master, pending);
+    // Summing a root into its only child never disconnects anything, so what
+    // no target reaches can be dropped first, and the sums done on the rest.
+    int components = LabelComponents(*net, master);
+    ApplySlices(pending);
     master.Delete_Marked_Nodes(QEL_rNode::markNone);
+    if ((flags & QEL_SPLIT_REMOVE_NUISANCE) != 0) {
+        RemoveNuisance(master);
+        components = LabelComponents(*net, master);
+    }
     if (allTargets) net->ClearAllTargets();
     QEL_rNetworkList* pieces = MakePieces(master, components);
     SettleObservedSingles(*pieces);
