@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -43,9 +44,21 @@ std::string Data(const std::string& name)
     return std::string(ORVIL_TEST_DATA_DIR) + "/" + name;
 }
 
+// A file name of this process in the temporary directory; the files are
+// removed when the process ends.
 std::string Scratch(const std::string& name)
 {
-    return testing::TempDir() + "orvil_tool_" + std::to_string(getpid()) + "_" + name;
+    struct Files {
+        std::vector<std::string> paths;
+        ~Files()
+        {
+            for (const std::string& p : paths)
+                std::remove(p.c_str());
+        }
+    };
+    static Files files;
+    files.paths.push_back(testing::TempDir() + "orvil_tool_" + std::to_string(getpid()) + "_" + name);
+    return files.paths.back();
 }
 
 std::string Slurp(const std::string& path)
