@@ -155,11 +155,14 @@ void Fill(QEL_network& net, int h, const std::vector<double>& cells) {
     for (int i = 0; i < table->GetSize(); ++i) (*table)[i] = cells[size_t(i)];
 }
 
+using Pieces = std::vector<std::vector<std::string>>;
+
 // Identifiers of each piece's nodes, piece by piece.
-std::vector<std::vector<std::string>> Shape(QEL_network& net, unsigned flags, PieceList& pieces) {
+Pieces Shape(QEL_network& net, const std::vector<int>& targets, unsigned flags, PieceList& pieces) {
+    net.ClearAllTargets();
+    for (int h : targets) net.SetTarget(h, true);
     pieces.list = QEL_relevantSplit(&net, flags);
-    std::vector<std::vector<std::string>> shape;
-    if (pieces.list == nullptr) return shape;
+    Pieces shape;
     for (QEL_rNetwork* piece : *pieces.list) {
         shape.emplace_back();
         for (QEL_rNode* record : piece->nodes) shape.back().push_back(record->node->GetId());
@@ -167,120 +170,74 @@ std::vector<std::vector<std::string>> Shape(QEL_network& net, unsigned flags, Pi
     return shape;
 }
 
-using Pieces = std::vector<std::vector<std::string>>;
-
-// Barren nodes and their childless ancestors go; an observed root cuts its
-// children apart into pieces of their own, each with an owned slice of its
-// table; with no targets everything stays and the network has no targets
-// afterwards.
-TEST(RelevanceSplitTest, BarrenNodesAndObservedRoots) {
-    QEL_network net;
-    const int a = AddNode(net, "A", 2);
-    const int b = AddNode(net, "B", 2);
-    const int c = AddNode(net, "C", 2);
-    const int d = AddNode(net, "D", 3);
-    ASSERT_EQ(net.AddArc(a, b), 0);
-    ASSERT_EQ(net.AddArc(b, c), 0);
-    ASSERT_EQ(net.AddArc(a, d), 0);
-    Fill(net, a, {0.4, 0.6});
-    Fill(net, b, {0.9, 0.1, 0.3, 0.7});
-    Fill(net, c, {0.5, 0.5, 0.2, 0.8});
-    Fill(net, d, {0.1, 0.2, 0.7, 0.3, 0.3, 0.4});
-    {
-        PieceList pieces;
-        net.SetTarget(b, true);
-        EXPECT_EQ(Shape(net, 2, pieces), (Pieces{{"A", "B"}}));
-    }
-    {
-        PieceList pieces;
-        net.ClearAllTargets();
-        EXPECT_EQ(Shape(net, 7, pieces), (Pieces{{"A", "B", "C", "D"}}));
-        EXPECT_EQ(net.GetNumberOfTargets(), 0);
-    }
-    ASSERT_EQ(net.GetNode(a)->Value()->SetEvidence(1), 0);
-    PieceList pieces;
-    net.SetTarget(c, true);
-    net.SetTarget(d, true);
-    EXPECT_EQ(Shape(net, 0, pieces), (Pieces{{"B", "C"}, {"D"}}));
-    const QEL_rNode& dRecord = *(*pieces.list)[1]->nodes[0];
-    EXPECT_EQ(dRecord.tableKind, +QEL_rNode::ownTable);
-    ASSERT_EQ(dRecord.table->GetNumberOfDimensions(), 1);
-    EXPECT_EQ((*dRecord.table)[0], 0.3);
-    EXPECT_EQ((*dRecord.table)[2], 0.4);
-    EXPECT_EQ((*net.GetNode(d)->Definition()->GetMatrix())[0], 0.1);
-    EXPECT_EQ((*pieces.list)[0]->nodes[1]->tableKind, +QEL_rNode::sharedTable);
-}
-
-// A deterministic child of an observed node is instantiated in the copy only
-// when propagated evidence counts; a controlled node loses its parents, which
-// become barren; a non-target root is summed into its only child, and stays
-// when it has two.
-TEST(RelevanceSplitTest, DeterminismControlAndNuisance) {
+// P -> Q -> R and P -> S, with Q certain to be 1 when P is 0. Barren nodes
+// go; a root with one child is summed into it only with bit 1; no targets
+// keeps everything and leaves no targets behind; an observed root cuts its
+// children apart, each with an owned slice of its table while the
+// definition's stays; the deterministic child is instantiated only with bit
+// 2; control cuts a node from its parents, which then turn barren.
+TEST(RelevanceSplitTest, ReductionsOnASmallNetwork) {
     QEL_network net;
     net.SetNetworkFlags(net.GetNetworkFlags() & ~QEL_network::QEL_FUNCTIONAL_DETERMINATION);
     const int p = AddNode(net, "P", 2);
     const int q = AddNode(net, "Q", 2);
     const int r = AddNode(net, "R", 2);
+    const int s = AddNode(net, "S", 3);
     ASSERT_EQ(net.AddArc(p, q), 0);
     ASSERT_EQ(net.AddArc(q, r), 0);
+    ASSERT_EQ(net.AddArc(p, s), 0);
     Fill(net, p, {0.25, 0.75});
-    Fill(net, q, {0.0, 1.0, 0.6, 0.4});  // P = 0 makes Q = 1 certain
+    Fill(net, q, {0.0, 1.0, 0.6, 0.4});
     Fill(net, r, {0.9, 0.1, 0.2, 0.8});
-    net.SetTarget(q, true);
+    Fill(net, s, {0.1, 0.2, 0.7, 0.3, 0.3, 0.4});
     {
         PieceList pieces;
-        EXPECT_EQ(Shape(net, 0, pieces), (Pieces{{"P", "Q"}}));
+        EXPECT_EQ(Shape(net, {q}, 2, pieces), (Pieces{{"P", "Q"}}));
+        QEL_network copy;
+        ASSERT_EQ(QEL_netFromRnet(*(*pieces.list)[0], copy), 0);
+        const int qCopy = copy.FindNode("Q");
+        ASSERT_EQ(copy.GetParents(qCopy).NumItems(), 1);
+        EXPECT_EQ(copy.GetParents(qCopy)[0], copy.FindNode("P"));
+        EXPECT_EQ((*copy.GetNode(qCopy)->Definition()->GetMatrix())[2], 0.6);
+        EXPECT_EQ(copy.IsTarget(qCopy), 1);
+        EXPECT_EQ(copy.IsTarget(copy.FindNode("P")), 0);
     }
     {
-        // Summed into Q, P leaves Q with its prior 0.25 * (0, 1) + 0.75 * (0.6, 0.4).
+        // Summed into Q, P leaves it 0.25 * (0, 1) + 0.75 * (0.6, 0.4).
         PieceList pieces;
-        net.SetTarget(r, true);
-        ASSERT_EQ(Shape(net, 1, pieces), (Pieces{{"Q", "R"}}));
+        ASSERT_EQ(Shape(net, {q, r}, 1, pieces), (Pieces{{"Q", "R"}}));
         const QEL_Dmatrix& summed = *(*pieces.list)[0]->nodes[0]->table;
         ASSERT_EQ(summed.GetSize(), 2);
         EXPECT_NEAR(summed[0], 0.45, 1e-15);
         EXPECT_NEAR(summed[1], 0.55, 1e-15);
-        net.SetTarget(r, false);
+    }
+    {
+        PieceList pieces;
+        EXPECT_EQ(Shape(net, {}, 7, pieces), (Pieces{{"P", "Q", "R", "S"}}));
+        EXPECT_EQ(net.GetNumberOfTargets(), 0);
     }
     ASSERT_EQ(net.GetNode(p)->Value()->SetEvidence(0), 0);
     {
         PieceList pieces;
-        EXPECT_EQ(Shape(net, 1, pieces), (Pieces{{"Q"}}));
+        EXPECT_EQ(Shape(net, {q, s}, 0, pieces), (Pieces{{"Q"}, {"S"}}));
         EXPECT_EQ((*pieces.list)[0]->nodes[0]->evidence, -1);
+        const QEL_rNode& sRecord = *(*pieces.list)[1]->nodes[0];
+        EXPECT_EQ(sRecord.tableKind, +QEL_rNode::ownTable);
+        ASSERT_EQ(sRecord.table->GetSize(), 3);
+        EXPECT_EQ((*sRecord.table)[2], 0.7);
+        EXPECT_EQ((*net.GetNode(s)->Definition()->GetMatrix())[3], 0.3);
     }
     {
         net.InvalidateAllBeliefs();
         PieceList pieces;
-        EXPECT_EQ(Shape(net, 3, pieces), Pieces{});
+        EXPECT_EQ(Shape(net, {q, s}, 3, pieces), (Pieces{{"S"}}));
         ASSERT_TRUE(net.GetNode(q)->Value()->IsValueValid());
         EXPECT_EQ(Beliefs(net, q)[1], 1.0);
     }
     ASSERT_EQ(net.GetNode(p)->Value()->ClearEvidence(), 0);
-    auto* control = static_cast<QEL_beliefVector*>(net.GetNode(q)->Value());
-    ASSERT_EQ(control->ControlValue(1), 0);
-    net.ClearAllTargets();
-    net.SetTarget(r, true);
-    {
-        PieceList pieces;
-        EXPECT_EQ(Shape(net, 3, pieces), (Pieces{{"R"}}));
-    }
-    ASSERT_EQ(control->ClearControlledValue(), 0);
-    const int s = AddNode(net, "S", 2);
-    ASSERT_EQ(net.AddArc(p, s), 0);
-    net.SetTarget(s, true);
+    ASSERT_EQ(static_cast<QEL_beliefVector*>(net.GetNode(q)->Value())->ControlValue(1), 0);
     PieceList pieces;
-    EXPECT_EQ(Shape(net, 1, pieces), (Pieces{{"P", "Q", "R", "S"}}));
-
-    // The debugging copy of a piece has its nodes, arcs and tables.
-    QEL_network copy;
-    ASSERT_EQ(QEL_netFromRnet(*(*pieces.list)[0], copy), 0);
-    const int qCopy = copy.FindNode("Q");
-    ASSERT_GE(qCopy, 0);
-    ASSERT_EQ(copy.GetParents(qCopy).NumItems(), 1);
-    EXPECT_EQ(copy.GetParents(qCopy)[0], copy.FindNode("P"));
-    EXPECT_EQ((*copy.GetNode(qCopy)->Definition()->GetMatrix())[2], 0.6);
-    EXPECT_EQ(copy.IsTarget(copy.FindNode("S")), 1);
-    EXPECT_EQ(copy.IsTarget(qCopy), 0);
+    EXPECT_EQ(Shape(net, {r}, 0, pieces), (Pieces{{"R"}}));
 }
 
 }  // namespace
