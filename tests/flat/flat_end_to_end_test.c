@@ -10,20 +10,10 @@
 #include <string.h>
 
 #include "orvil/biorvil.h"
+#include "flat_check.h"
 
-#define CPT_NODE 18
 #define ROOT_SUBMODEL 0x4000
 #define NODES 8
-
-static int failures = 0;
-
-#define CHECK(cond)                                                        \
-    do {                                                                   \
-        if (!(cond)) {                                                     \
-            fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
-            failures++;                                                    \
-        }                                                                  \
-    } while (0)
 
 enum { ASIA, TUB, SMOKE, LUNG, BRONC, EITHER, XRAY, DYSP };
 

@@ -7,16 +7,7 @@
 #include <string.h>
 
 #include "orvil/biorvil.h"
-
-static int failures = 0;
-
-#define CHECK(cond)                                                        \
-    do {                                                                   \
-        if (!(cond)) {                                                     \
-            fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
-            failures++;                                                    \
-        }                                                                  \
-    } while (0)
+#include "flat_check.h"
 
 static int Same(const char* a, const char* b)
 {

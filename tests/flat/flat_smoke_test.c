@@ -13,16 +13,7 @@
 #include <unistd.h>
 
 #include "orvil/biorvil.h"
-
-static int failures = 0;
-
-#define CHECK(cond)                                                        \
-    do {                                                                   \
-        if (!(cond)) {                                                     \
-            fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
-            failures++;                                                    \
-        }                                                                  \
-    } while (0)
+#include "flat_check.h"
 
 /* Standard output of the calls between Capture and Release, into `text`. */
 static FILE* captured;

@@ -8,18 +8,7 @@
 #include <string.h>
 
 #include "orvil/biorvil.h"
-
-#define CPT_NODE 18
-
-static int failures = 0;
-
-#define CHECK(cond)                                                        \
-    do {                                                                   \
-        if (!(cond)) {                                                     \
-            fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
-            failures++;                                                    \
-        }                                                                  \
-    } while (0)
+#include "flat_check.h"
 
 static int Contains(void* array, int value)
 {
