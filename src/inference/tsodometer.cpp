@@ -13,10 +13,6 @@
 // an odometer can be walked again at once.
 #include "orvil/tsmatrix.h"
 
-// The run kernels are plain loops over contiguous doubles, written so that
-// the compiler can vectorise them; its default level here does not.
-#pragma GCC optimize("O3")
-
 #include <cstddef>
 
 namespace {
