@@ -21,6 +21,10 @@ install(FILES ${CMAKE_BINARY_DIR}/orvilConfig.cmake
               ${CMAKE_BINARY_DIR}/orvilConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/orvil)
 
+# The pkg-config file finds the prefix from its own place, so that an install
+# under any --prefix given at install time is found as it lies.
+file(RELATIVE_PATH ORVIL_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" ORVIL_PC_TO_PREFIX "${ORVIL_PC_TO_PREFIX}")
 configure_file(${CMAKE_SOURCE_DIR}/cmake/orvil.pc.in ${CMAKE_BINARY_DIR}/orvil.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/orvil.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
