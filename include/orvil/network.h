@@ -637,6 +637,7 @@ private:
     // Fills the table (already of the source's size) with the source's
     // entries and a full, or lean, copy of each node bound to this network.
     void CopyEntries(const QEL_network& source, bool dropTemporal, bool lean);
+    void CopySettings(const QEL_network& source);
     // The slot for a new node. -2 when none is free.
     int FindHole();
     // Puts a new node of `type` into `handle` with id `id`; the slot is

@@ -54,6 +54,24 @@ QEL_network::QEL_network(const QEL_network& other) : QEL_object() {
     CheckReadiness(0);
 }
 
+// The counts and settings both kinds of copy take over as they stand.
+void QEL_network::CopySettings(const QEL_network& source) {
+    numNodes = source.numNodes;
+    growthStep = source.growthStep;
+    numTargets = source.numTargets;
+    numberOfSamples = source.numberOfSamples;
+    numberOfDiscretizationSamples = source.numberOfDiscretizationSamples;
+    rejectOutliers = source.rejectOutliers;
+    defaultBNAlgorithm = source.defaultBNAlgorithm;
+    defaultIDAlgorithm = source.defaultIDAlgorithm;
+    zeroAvoidance = source.zeroAvoidance;
+    flags = source.flags;
+    relevanceEvents = source.relevanceEvents;
+    faultNameFormat = source.faultNameFormat;
+    noisyDecompEnabled = source.noisyDecompEnabled;
+    noisyDecompLimit = source.noisyDecompLimit;
+}
+
 int QEL_network::Copy(const QEL_network& source, bool dropTemporal) {
     if (!source.IsReady()) return QEL_OBJECT_NOT_READY;
     if (&source == this) return 0;
@@ -68,22 +86,9 @@ int QEL_network::Copy(const QEL_network& source, bool dropTemporal) {
     submodels->SetNetwork(this);
     submodels->CheckReadiness(1);
 
-    numNodes = source.numNodes;
-    growthStep = source.growthStep;
-    numTargets = source.numTargets;
-    numberOfSamples = source.numberOfSamples;
-    numberOfDiscretizationSamples = source.numberOfDiscretizationSamples;
-    rejectOutliers = source.rejectOutliers;
-    defaultBNAlgorithm = source.defaultBNAlgorithm;
-    defaultIDAlgorithm = source.defaultIDAlgorithm;
-    zeroAvoidance = source.zeroAvoidance;
+    CopySettings(source);
     partialOrder = source.partialOrder;
     partialOrderValid = source.partialOrderValid;
-    flags = source.flags;
-    relevanceEvents = source.relevanceEvents;
-    faultNameFormat = source.faultNameFormat;
-    noisyDecompEnabled = source.noisyDecompEnabled;
-    noisyDecompLimit = source.noisyDecompLimit;
 
     delete cases;
     cases = new QEL_caseManager(this);
@@ -105,21 +110,8 @@ int QEL_network::FastCopy(QEL_network& source) {
     if (nodes == nullptr) return QEL_OUT_OF_MEMORY;
     maxNodes = source.maxNodes;
     CopyEntries(source, false, true);
-    numNodes = source.numNodes;
-    growthStep = source.growthStep;
-    numTargets = source.numTargets;
-    numberOfSamples = source.numberOfSamples;
-    numberOfDiscretizationSamples = source.numberOfDiscretizationSamples;
-    rejectOutliers = source.rejectOutliers;
-    defaultBNAlgorithm = source.defaultBNAlgorithm;
-    defaultIDAlgorithm = source.defaultIDAlgorithm;
-    zeroAvoidance = source.zeroAvoidance;
+    CopySettings(source);
     partialOrderValid = false;
-    flags = source.flags;
-    relevanceEvents = source.relevanceEvents;
-    faultNameFormat = source.faultNameFormat;
-    noisyDecompEnabled = source.noisyDecompEnabled;
-    noisyDecompLimit = source.noisyDecompLimit;
     userProperties = source.userProperties;
     // Nodes without descriptive records would fail the readiness pass, so
     // the copy is declared ready as it stands.
