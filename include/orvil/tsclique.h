@@ -14,6 +14,11 @@
 // chunk whenever a pass needs it (see jointree.h), from the hosted tables and
 // the messages below. What a clique stores is separator-sized: the message it
 // sent up, and the marginal that came back down.
+//
+// The separator of an edge is the intersection of its two cliques, and it is
+// stored with whichever end is the child. The tree is made rooted at the last
+// clique of the triangulation; the join tree may turn edges round so that
+// the clique it reads most from is built only once (TakePlaceOf).
 #ifndef ORVIL_TSCLIQUE_H
 #define ORVIL_TSCLIQUE_H
 
@@ -82,12 +87,20 @@ public:
     // Forgets the membership arrays once the pool has released them.
     void DropMembership();
 
-    // Drops observed nodes from `nodes` and records the state counts of the
-    // others in `dims`: the shape of the potential.
+    // Drops observed nodes from `nodes` and `separator`, and records the
+    // state counts of the nodes left in `dims`: the shape of the potential.
     void InitDims(TsAdapter& adapter);
-    // Drops observed nodes from `separator` and sizes `sepMessage` (only with
-    // a parent).
+    // Sizes `sepMessage` over `separator` (only with a parent). Runs after
+    // InitDims.
     void InitSepMessage(TsAdapter& adapter);
+    // Makes this clique take the place of `top`, one of its ancestors, by
+    // turning round every edge on the path between them: `top`'s parent (if
+    // any) gets this clique as a child in `top`'s place, and each clique on
+    // the path becomes the child of the one below it, with the intersection
+    // of the two as its separator. This clique is left with `top`'s
+    // separator, so `top` must share no node with its parent (the root, or
+    // a clique whose separator is empty). Node lists stay ascending.
+    void TakePlaceOf(TsClique& top);
     // True when messages cross the edge to the parent: there is a parent and
     // an unobserved node in the separator.
     bool HasSeparator() const { return parent != nullptr && separator.count > 0; }
@@ -126,6 +139,15 @@ public:
     // This clique's share of the join tree's belief plan.
     int beliefFirst;
     int beliefCount;
+    // The update reads from this clique: a belief it writes, or a table for
+    // the joint-probability store.
+    bool wanted;
+    // The potential is built on the way down: the clique is wanted, or a
+    // child across a non-empty separator is built on the way down.
+    bool buildDown;
+    // The message to the parent is built on the way up: there is a
+    // separator, and the parent is built on the way up or down.
+    bool sendUp;
     // Where the clique's final potential goes for the joint-probability
     // store, or null.
     QEL_Dmatrix* exportTable;

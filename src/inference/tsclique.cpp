@@ -67,6 +67,9 @@ TsClique::TsClique(const CreationParams& params)
       hostedCount(0),
       beliefFirst(0),
       beliefCount(0),
+      wanted(false),
+      buildDown(false),
+      sendUp(false),
       exportTable(nullptr) {}
 
 void TsClique::AddNode(int node) {
@@ -125,16 +128,50 @@ void DropObserved(TsAdapter& adapter, TsMatrix::Coords& list, TsMatrix::Coords& 
     list.count = kept;
 }
 
+// The nodes on both ascending lists, ascending.
+void Intersect(const TsMatrix::Coords& a, const TsMatrix::Coords& b, TsMatrix::Coords& out) {
+    out.count = 0;
+    int j = 0;
+    for (int i = 0; i < a.count; ++i) {
+        while (j < b.count && b[j] < a[i]) ++j;
+        if (j < b.count && b[j] == a[i]) out.Add(a[i]);
+    }
+}
+
 }  // namespace
 
 void TsClique::InitSepMessage(TsAdapter& adapter) {
     if (parent == nullptr) return;
-    TsMatrix::Coords dims;
-    DropObserved(adapter, separator, dims);
-    sepMessage.Init(dims);
+    TsMatrix::Coords sizes;
+    for (int i = 0; i < separator.count; ++i) sizes.Add(adapter.GetStateCount(separator[i]));
+    sepMessage.Init(sizes);
 }
 
-void TsClique::InitDims(TsAdapter& adapter) { DropObserved(adapter, nodes, dims); }
+void TsClique::InitDims(TsAdapter& adapter) {
+    TsMatrix::Coords unused;
+    DropObserved(adapter, separator, unused);
+    DropObserved(adapter, nodes, dims);
+}
+
+void TsClique::TakePlaceOf(TsClique& top) {
+    TsClique* above = top.parent;
+    const TsMatrix::Coords topSeparator = top.separator;
+    if (above != nullptr) above->children[above->children.IndexOf(&top)] = this;
+    // The path from here up to `top`, turned round from the top down, so
+    // that no parent link is overwritten before it is followed.
+    fastarray<TsClique*, 16, int> path;
+    for (TsClique* c = this; c != &top; c = c->parent) path.Add(c);
+    for (int i = path.Count() - 1; i >= 0; --i) {
+        TsClique& lower = *path[i];
+        TsClique& upper = *lower.parent;
+        upper.children.Delete(upper.children.IndexOf(&lower));
+        lower.children.Add(&upper);
+        upper.parent = &lower;
+        Intersect(upper.nodes, lower.nodes, upper.separator);
+    }
+    parent = above;
+    separator = topSeparator;
+}
 
 const double* TsClique::TableStrides(TsAdapter& adapter, int node, int64_t* strides) const {
     fastarray<int, 24, int> family;

@@ -9,7 +9,16 @@
 // separator as it is built; on the way down it is rebuilt with the same
 // factors and, last, the ratio of the parent's new separator marginal to the
 // old message, and the children's marginals, the beliefs read there and the
-// exported table are taken from it. The root is built only on the way down.
+// exported table are taken from it.
+//
+// Building potentials is the whole cost, so an update builds only what it
+// reads. The cliques it reads from are the wanted ones. Each part of the
+// tree (cliques linked by non-empty separators; evidence may cut a piece
+// into several) is re-rooted at its largest wanted clique, which is then
+// built once, on the way down, with every message in. A message goes up only
+// when its parent will be built; the way down goes only into subtrees that
+// hold a wanted clique. A single target thus costs one build per clique of
+// its part, and a full update builds the largest clique once, not twice.
 #include "orvil/jointree.h"
 
 #include <algorithm>
@@ -32,7 +41,7 @@ bool TsJoinTree::UpdateBeliefsEx(bool* pending, unsigned sizeLimit) {
     const bool ok = Triangulate(sizeLimit);
     if (ok) {
         FindHosts();
-        InitPotentials();
+        InitPotentials(pending);
         Collect();
         Distribute();
         CalcBeliefs(pending);
@@ -48,12 +57,14 @@ double TsJoinTree::CalcNormFactor() {
         return -1.0;
     }
     FindHosts();
-    LayOut();
+    for (TsClique* clique : cliques) {
+        clique->InitDims(adapter);
+        clique->InitSepMessage(adapter);
+    }
     // Every clique without a separator (the root, and the last clique of each
     // part that shares no unobserved node with the rest) closes a factor of
     // the evidence probability; the others pass theirs up.
     double result = 1.0;
-    std::vector<TsClique*> order;
     BottomUp(order);
     for (TsClique* clique : order) CollectClique(*clique, &result);
     CleanUp();
@@ -62,6 +73,7 @@ double TsJoinTree::CalcNormFactor() {
 
 bool TsJoinTree::Triangulate(unsigned sizeLimit) {
     CleanUp();
+    work = Work();
     pool = new TsClique::Pool(adapter.GetNodeCount());
     TsTriangulator triangulator(adapter, *pool, cliques);
     if (!triangulator.Triangulate(sizeLimit)) return false;
@@ -107,20 +119,16 @@ void TsJoinTree::FindHosts() {
     pool->FreeSparseArrays();
 }
 
-void TsJoinTree::InitPotentials() {
-    LayOut();
-    PlanBeliefs();
+void TsJoinTree::InitPotentials(const bool* pending) {
+    for (TsClique* clique : cliques) clique->InitDims(adapter);
+    PlanBeliefs(pending);
     if (adapter.WillStorePotentials()) PlanExport();
+    Reroot();
+    for (TsClique* clique : cliques) clique->InitSepMessage(adapter);
+    PlanPasses();
 }
 
-void TsJoinTree::LayOut() {
-    for (TsClique* clique : cliques) {
-        clique->InitDims(adapter);
-        clique->InitSepMessage(adapter);
-    }
-}
-
-void TsJoinTree::PlanBeliefs() {
+void TsJoinTree::PlanBeliefs(const bool* pending) {
     const int n = adapter.GetNodeCount();
     std::vector<bool> done(size_t(n), false);
     plan.clear();
@@ -132,11 +140,14 @@ void TsJoinTree::PlanBeliefs() {
             const int node = clique->nodes[i];
             if (done[size_t(node)]) continue;
             done[size_t(node)] = true;
-            if (adapter.GetNodeHandle(node) < 0) continue;
+            const int handle = adapter.GetNodeHandle(node);
+            if (handle < 0) continue;
+            if (pending != nullptr ? !pending[handle] : !adapter.IsTarget(node)) continue;
             plan.push_back(BeliefSlot{node, cells});
             cells += adapter.GetStateCount(node);
         }
         clique->beliefCount = int(plan.size()) - clique->beliefFirst;
+        clique->wanted = clique->beliefCount > 0;
     }
     marginals.assign(size_t(cells), 0.0);
 }
@@ -154,19 +165,75 @@ void TsJoinTree::PlanExport() {
             sizes.Add(clique->dims[i]);
         }
         clique->exportTable = adapter.GetPotentialMatrix(nodes, sizes);
+        clique->wanted = true;
     }
 }
 
-void TsJoinTree::BottomUp(std::vector<TsClique*>& order) const {
-    order.clear();
+namespace {
+
+// Larger in the order of the clique array: by size, then by node count.
+bool Larger(const TsClique& a, const TsClique& b) {
+    if (a.size != b.size) return a.size > b.size;
+    return a.nodes.count > b.nodes.count;
+}
+
+// The largest wanted clique of the part whose top is `top`, or null. The
+// tops of the parts that hang below it are appended to `tops`.
+TsClique* LargestWanted(TsClique& top, std::vector<TsClique*>& tops, std::vector<TsClique*>& stack) {
+    TsClique* best = nullptr;
+    stack.assign(1, &top);
+    while (!stack.empty()) {
+        TsClique* clique = stack.back();
+        stack.pop_back();
+        if (clique->wanted && (best == nullptr || Larger(*clique, *best))) best = clique;
+        for (TsClique* child : clique->children) (child->HasSeparator() ? stack : tops).push_back(child);
+    }
+    return best;
+}
+
+}  // namespace
+
+void TsJoinTree::Reroot() {
+    if (root == nullptr) return;
+    // Parts share no unobserved node, so each can be turned round on its
+    // own and still hang where it hung.
+    std::vector<TsClique*> tops(1, root);
+    std::vector<TsClique*> stack;
+    for (size_t i = 0; i < tops.size(); ++i) {
+        TsClique* top = tops[i];
+        TsClique* best = LargestWanted(*top, tops, stack);
+        if (best == nullptr || best == top) continue;
+        best->TakePlaceOf(*top);
+        if (top == root) root = best;
+    }
+}
+
+void TsJoinTree::PlanPasses() {
+    BottomUp(order);
+    for (TsClique* clique : order) {
+        clique->buildDown = clique->wanted;
+        for (const TsClique* child : clique->children) {
+            if (child->HasSeparator() && child->buildDown) clique->buildDown = true;
+        }
+    }
+    // Parents before children.
+    std::reverse(order.begin(), order.end());
+    for (TsClique* clique : order) {
+        const TsClique* parent = clique->parent;
+        clique->sendUp = clique->HasSeparator() && (parent->buildDown || parent->sendUp);
+    }
+}
+
+void TsJoinTree::BottomUp(std::vector<TsClique*>& out) const {
+    out.clear();
     if (root == nullptr) return;
     // Breadth-first from the root, read backwards.
-    order.reserve(size_t(cliques.Count()));
-    order.push_back(root);
-    for (size_t i = 0; i < order.size(); ++i) {
-        for (TsClique* child : order[i]->children) order.push_back(child);
+    out.reserve(size_t(cliques.Count()));
+    out.push_back(root);
+    for (size_t i = 0; i < out.size(); ++i) {
+        for (TsClique* child : out[i]->children) out.push_back(child);
     }
-    std::reverse(order.begin(), order.end());
+    std::reverse(out.begin(), out.end());
 }
 
 void TsJoinTree::AddPotential(TsClique& clique) {
@@ -187,9 +254,10 @@ void TsJoinTree::AddPotential(TsClique& clique) {
 }
 
 void TsJoinTree::Collect() {
-    std::vector<TsClique*> order;
-    BottomUp(order);
-    for (TsClique* clique : order) CollectClique(*clique, nullptr);
+    // `order` runs parents first: read backwards, children come first.
+    for (auto it = order.rbegin(); it != order.rend(); ++it) {
+        if ((*it)->sendUp) CollectClique(**it, nullptr);
+    }
 }
 
 void TsJoinTree::CollectClique(TsClique& clique, double* apart) {
@@ -200,6 +268,7 @@ void TsJoinTree::CollectClique(TsClique& clique, double* apart) {
         clique.SubsetStrides(clique.separator, clique.sepMessage.dims, strides);
         pass->AddTarget(TsPass::sumInto, clique.sepMessage.data, strides);
         pass->Run();
+        ++work.collectBuilds;
     } else if (apart != nullptr) {
         // All strides 0: the whole potential is summed into one cell, in order.
         AddPotential(clique);
@@ -207,12 +276,15 @@ void TsJoinTree::CollectClique(TsClique& clique, double* apart) {
         std::fill(strides, strides + clique.dims.count, 0);
         pass->AddTarget(TsPass::sumInto, &total, strides);
         pass->Run();
+        ++work.collectBuilds;
         *apart *= total;
     }
 }
 
 void TsJoinTree::Distribute() {
-    if (root != nullptr) DistributeClique(*root);
+    for (TsClique* clique : order) {
+        if (clique->buildDown) DistributeClique(*clique);
+    }
 }
 
 void TsJoinTree::DistributeClique(TsClique& clique) {
@@ -233,7 +305,7 @@ void TsJoinTree::DistributeClique(TsClique& clique) {
     }
     const int built = pass->OperandCount();
     for (TsClique* child : clique.children) {
-        if (!child->HasSeparator()) continue;
+        if (!child->HasSeparator() || !child->buildDown) continue;
         child->incoming.Init(child->sepMessage.dims);
         child->incoming.Fill(0.0);
         clique.SubsetStrides(child->separator, child->sepMessage.dims, strides);
@@ -255,22 +327,17 @@ void TsJoinTree::DistributeClique(TsClique& clique) {
         pass->AddTarget(TsPass::copyInto, clique.exportTable->GetItems().Items(), strides);
     }
     // A potential that nothing reads is not built.
-    if (pass->OperandCount() > built) pass->Run();
+    if (pass->OperandCount() > built) {
+        pass->Run();
+        ++work.distributeBuilds;
+    }
     clique.incoming.Free();
-    for (TsClique* child : clique.children) DistributeClique(*child);
 }
 
 void TsJoinTree::CalcBeliefs(bool* pending) {
     for (const BeliefSlot& slot : plan) {
-        const int handle = adapter.GetNodeHandle(slot.node);
-        bool compute;
-        if (pending != nullptr) {
-            compute = pending[handle];
-            pending[handle] = false;
-        } else {
-            compute = adapter.IsTarget(slot.node);
-        }
-        if (compute) WriteBelief(slot);
+        if (pending != nullptr) pending[adapter.GetNodeHandle(slot.node)] = false;
+        WriteBelief(slot);
     }
 }
 
@@ -307,6 +374,7 @@ void TsJoinTree::CleanUp() {
     delete pool;
     pool = nullptr;
     root = nullptr;
+    order.clear();
     plan.clear();
     marginals.clear();
 }

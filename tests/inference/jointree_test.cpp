@@ -1,10 +1,14 @@
 // The join tree on pieces built directly, checked against enumeration of the
-// joint: beliefs, the probability of evidence, zero potentials, budgets and
-// the pending mask. The exported clique tables are checked through the
-// network, in jointree_network_test.cpp.
+// joint: beliefs for any set of wanted nodes, the probability of evidence,
+// the shape of the re-rooted tree and the potentials each pass builds, zero
+// potentials, budgets and the pending mask. The exported clique tables are
+// checked through the network, in jointree_network_test.cpp.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <functional>
+#include <map>
 #include <string>
 
 #include "jointree_fixture.h"
@@ -20,11 +24,13 @@ using jointree_test::RandomModel;
 using jointree_test::RandomOptions;
 using jointree_test::ToBrute;
 
+// Written nodes hold the oracle's posterior; every other node is untouched.
 void ExpectBeliefsMatch(const ModelDescription& model, const CollectingAdapter& adapter,
-                        const orvil_test::BruteResult& truth, int round) {
+                        const orvil_test::BruteResult& truth, const std::vector<bool>& written, int round) {
     for (size_t v = 0; v < model.states.size(); ++v) {
-        if (model.evidence[v] >= 0) {
-            EXPECT_FALSE(adapter.valid[v]) << "observed node " << v << " round " << round;
+        if (!written[v]) {
+            EXPECT_FALSE(adapter.valid[v]) << "node " << v << " round " << round;
+            EXPECT_TRUE(adapter.beliefs[v].empty()) << "node " << v << " round " << round;
             continue;
         }
         ASSERT_TRUE(adapter.valid[v]) << "node " << v << " round " << round;
@@ -36,11 +42,134 @@ void ExpectBeliefsMatch(const ModelDescription& model, const CollectingAdapter& 
     }
 }
 
+// Every unobserved node is written.
+std::vector<bool> Unobserved(const ModelDescription& model) {
+    std::vector<bool> written(model.states.size());
+    for (size_t v = 0; v < written.size(); ++v) written[v] = model.evidence[v] < 0;
+    return written;
+}
+
+bool Ascending(const TsMatrix::Coords& list) {
+    for (int i = 1; i < list.count; ++i) {
+        if (list[i - 1] >= list[i]) return false;
+    }
+    return true;
+}
+
+std::vector<int> Common(const TsClique& a, const TsClique& b) {
+    std::vector<int> out;
+    for (int i = 0; i < a.nodes.count; ++i) {
+        if (b.nodes.Find(a.nodes[i]) >= 0) out.push_back(a.nodes[i]);
+    }
+    return out;
+}
+
+// The builds of a minimal plan over a tree, worked out from its undirected
+// shape alone: within each part (cliques linked by non-empty separators)
+// that holds a wanted clique, every clique but one sends a message up, and
+// the way down builds the smallest subtree that joins the wanted cliques.
+struct Builds {
+    int collect = 0;
+    int distribute = 0;
+};
+
+// Checks the tree as InitPotentials leaves it (one tree over all cliques,
+// ascending lists, each separator the intersection of its two cliques, each
+// part topped by its largest wanted clique) and returns the minimal builds.
+// A clique is wanted when it is the smallest holding a written node.
+Builds CheckPlannedTree(const TsJoinTree& tree, const std::vector<bool>& written, int round) {
+    const int count = tree.GetCliqueCount();
+    std::map<const TsClique*, int> index;
+    for (int c = 0; c < count; ++c) index[tree.GetClique(c)] = c;
+
+    std::vector<std::vector<int>> links(static_cast<size_t>(count));
+    std::vector<const TsClique*> reached(1, tree.GetRoot());
+    EXPECT_EQ(tree.GetRoot()->parent, nullptr) << "round " << round;
+    for (size_t i = 0; i < reached.size(); ++i) {
+        const TsClique* parent = reached[i];
+        EXPECT_TRUE(Ascending(parent->nodes)) << "round " << round;
+        for (const TsClique* child : parent->children) {
+            reached.push_back(child);
+            EXPECT_EQ(child->parent, parent) << "round " << round;
+            EXPECT_TRUE(Ascending(child->separator)) << "round " << round;
+            const std::vector<int> common = Common(*child, *parent);
+            EXPECT_EQ(std::vector<int>(child->separator.items, child->separator.items + child->separator.count),
+                      common)
+                << "round " << round;
+            if (common.empty()) continue;
+            links[size_t(index[child])].push_back(index[parent]);
+            links[size_t(index[parent])].push_back(index[child]);
+        }
+    }
+    EXPECT_EQ(int(reached.size()), count) << "round " << round;
+
+    std::vector<bool> wanted(size_t(count), false);
+    for (size_t v = 0; v < written.size(); ++v) {
+        if (!written[v]) continue;
+        int c = 0;
+        while (c < count && tree.GetClique(c)->nodes.Find(int(v)) < 0) ++c;
+        EXPECT_LT(c, count) << "node " << v << " round " << round;
+        if (c < count) wanted[size_t(c)] = true;
+    }
+
+    // Does the branch entered through `from` -> `to` hold a wanted clique?
+    std::function<bool(int, int)> holdsWanted = [&](int from, int to) {
+        if (wanted[size_t(to)]) return true;
+        for (int next : links[size_t(to)]) {
+            if (next != from && holdsWanted(to, next)) return true;
+        }
+        return false;
+    };
+    Builds builds;
+    std::vector<int> part(size_t(count), -1);
+    for (int c = 0; c < count; ++c) {
+        if (part[size_t(c)] >= 0) continue;
+        std::vector<int> members(1, c);
+        part[size_t(c)] = c;
+        for (size_t i = 0; i < members.size(); ++i) {
+            for (int next : links[size_t(members[i])]) {
+                if (part[size_t(next)] < 0) {
+                    part[size_t(next)] = c;
+                    members.push_back(next);
+                }
+            }
+        }
+        const TsClique* top = nullptr;
+        uint32_t largestWanted = 0;
+        bool anyWanted = false;
+        for (int m : members) {
+            const TsClique* clique = tree.GetClique(m);
+            if (clique->parent == nullptr || clique->separator.count == 0) {
+                EXPECT_EQ(top, nullptr) << "two tops in one part, round " << round;
+                top = clique;
+            }
+            if (wanted[size_t(m)]) {
+                anyWanted = true;
+                largestWanted = std::max(largestWanted, clique->size);
+            }
+        }
+        if (!anyWanted) continue;
+        EXPECT_TRUE(wanted[size_t(index[top])]) << "round " << round;
+        EXPECT_EQ(top->size, largestWanted) << "round " << round;
+        builds.collect += int(members.size()) - 1;
+        for (int m : members) {
+            int branches = 0;
+            for (int next : links[size_t(m)]) branches += holdsWanted(m, next) ? 1 : 0;
+            if (wanted[size_t(m)] || branches >= 2) ++builds.distribute;
+        }
+    }
+    return builds;
+}
+
 // Random pieces, small ones (2 to 5 states, up to 3 parents) and denser ones
 // (up to 4 parents, cliques past a few nodes), with zeros in the tables and
-// possible hard evidence: every unobserved belief and the evidence
-// probability agree with enumeration.
-TEST(JoinTreeTest, BeliefsAndEvidenceProbabilityMatchEnumeration) {
+// possible hard evidence, which often cuts the tree into parts. The targets
+// are all nodes, none, one, or a random few. The step by step update leaves
+// a well-formed tree rooted at the right cliques, builds exactly what a
+// minimal plan builds (a single target: no way down but its own clique),
+// writes the targets' beliefs as enumeration gives them and touches nothing
+// else; the evidence probability agrees too.
+TEST(JoinTreeTest, TargetedUpdatesMatchEnumerationAndBuildOnlyWhatIsRead) {
     std::mt19937 rng(20240611);
     RandomOptions small;
     RandomOptions dense;
@@ -49,10 +178,11 @@ TEST(JoinTreeTest, BeliefsAndEvidenceProbabilityMatchEnumeration) {
     dense.maxStates = 3;
     dense.maxParents = 4;
     dense.zeroShare = 0.1;
-    for (int round = 0; round < 660; ++round) {
+    for (int round = 0; round < 800; ++round) {
         RandomOptions& options = round % 11 == 10 ? dense : small;
         options.evidenceShare = (round % 3) * 0.25;
         const ModelDescription model = RandomModel(rng, options);
+        const size_t n = model.states.size();
         const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(model));
         ASSERT_TRUE(truth.ok);
         ASSERT_GT(truth.probEvidence, 0.0);
@@ -60,10 +190,37 @@ TEST(JoinTreeTest, BeliefsAndEvidenceProbabilityMatchEnumeration) {
         auto piece = BuildPiece(model);
         int zeros = 0;
         CollectingAdapter adapter(*piece, &zeros);
+        const int mode = round % 4;
+        const size_t single = rng() % n;
+        for (size_t v = 0; v < n; ++v) {
+            adapter.targets[v] = mode == 0 || (mode == 2 && v == single) || (mode == 3 && rng() % 3 == 0);
+        }
+        std::vector<bool> written(n);
+        int writtenCount = 0;
+        for (size_t v = 0; v < n; ++v) {
+            written[v] = adapter.targets[v] && model.evidence[v] < 0;
+            writtenCount += written[v] ? 1 : 0;
+        }
+
         TsJoinTree tree(adapter);
-        ASSERT_TRUE(tree.UpdateBeliefs()) << "round " << round;
+        ASSERT_TRUE(tree.Triangulate(0)) << "round " << round;
+        tree.FindHosts();
+        tree.InitPotentials(nullptr);
+        const Builds minimal = CheckPlannedTree(tree, written, round);
+        tree.Collect();
+        tree.Distribute();
+        tree.CalcBeliefs(nullptr);
+        tree.CleanUp();
+        EXPECT_EQ(tree.GetWork().collectBuilds, minimal.collect) << "round " << round;
+        EXPECT_EQ(tree.GetWork().distributeBuilds, minimal.distribute) << "round " << round;
+        if (writtenCount == 1) {
+            EXPECT_EQ(tree.GetWork().distributeBuilds, 1) << "round " << round;
+        }
+        if (writtenCount == 0) {
+            EXPECT_EQ(tree.GetWork().collectBuilds, 0) << "round " << round;
+        }
         EXPECT_EQ(zeros, 0);
-        ExpectBeliefsMatch(model, adapter, truth, round);
+        ExpectBeliefsMatch(model, adapter, truth, written, round);
 
         const double pe = tree.CalcNormFactor();
         EXPECT_NEAR(pe, truth.probEvidence, 1e-12 * truth.probEvidence) << "round " << round;
@@ -89,7 +246,7 @@ TEST(JoinTreeTest, LargeCliquesMatchEnumeration) {
         CollectingAdapter adapter(*piece);
         TsJoinTree tree(adapter);
         ASSERT_TRUE(tree.UpdateBeliefs());
-        ExpectBeliefsMatch(model, adapter, truth, round);
+        ExpectBeliefsMatch(model, adapter, truth, Unobserved(model), round);
         EXPECT_NEAR(tree.CalcNormFactor(), truth.probEvidence, 1e-12 * truth.probEvidence);
     }
 }
@@ -112,7 +269,7 @@ TEST(JoinTreeTest, DisconnectedPartsAndObservedCutNodes) {
     CollectingAdapter adapter(*piece);
     TsJoinTree tree(adapter);
     ASSERT_TRUE(tree.UpdateBeliefs());
-    ExpectBeliefsMatch(model, adapter, truth, 0);
+    ExpectBeliefsMatch(model, adapter, truth, Unobserved(model), 0);
     EXPECT_NEAR(tree.CalcNormFactor(), truth.probEvidence, 1e-15);
     EXPECT_NEAR(truth.probEvidence, (0.3 * 0.3 + 0.7 * 0.3) * (0.25 * 0.9 + 0.75 * 0.2), 1e-15);
 }
@@ -131,7 +288,7 @@ TEST(JoinTreeTest, FullyObservedCliqueHasOneCell) {
     TsJoinTree tree(adapter);
     ASSERT_TRUE(tree.Triangulate(0));
     tree.FindHosts();
-    tree.InitPotentials();
+    tree.InitPotentials(nullptr);
     bool sawSingleCell = false;
     for (int c = 0; c < tree.GetCliqueCount(); ++c) {
         const TsClique* clique = tree.GetClique(c);
@@ -145,7 +302,7 @@ TEST(JoinTreeTest, FullyObservedCliqueHasOneCell) {
     tree.Distribute();
     tree.CalcBeliefs(nullptr);
     tree.CleanUp();
-    ExpectBeliefsMatch(model, adapter, truth, 0);
+    ExpectBeliefsMatch(model, adapter, truth, Unobserved(model), 0);
 }
 
 // Impossible evidence: every affected node is reported once through the log
@@ -196,7 +353,7 @@ TEST(JoinTreeTest, MisshapenTablesAreLeftOut) {
     EXPECT_NEAR(adapter.beliefs[1][0], 1.0 / 3.0, 1e-15);
 }
 
-// Over budget nothing is written; at exactly the budget all is.
+// Over budget nothing is written; within it all is.
 TEST(JoinTreeTest, BudgetFailureWritesNothing) {
     std::mt19937 rng(5);
     RandomOptions options;
@@ -212,50 +369,69 @@ TEST(JoinTreeTest, BudgetFailureWritesNothing) {
         for (int c = 0; c < sizing.GetCliqueCount(); ++c) total += sizing.GetClique(c)->size;
         sizing.CleanUp();
 
+        // Every node has two states or more: no tree fits in one cell.
         CollectingAdapter tight(*piece);
         TsJoinTree failing(tight);
-        EXPECT_FALSE(failing.UpdateBeliefsEx(nullptr, total - 1));
+        EXPECT_FALSE(failing.UpdateBeliefsEx(nullptr, 1));
         for (size_t v = 0; v < model.states.size(); ++v) {
             EXPECT_FALSE(tight.valid[v]);
             EXPECT_TRUE(tight.beliefs[v].empty());
         }
-        CollectingAdapter exact(*piece);
-        TsJoinTree passing(exact);
+        CollectingAdapter enough(*piece);
+        TsJoinTree passing(enough);
         EXPECT_TRUE(passing.UpdateBeliefsEx(nullptr, total));
-        for (size_t v = 0; v < model.states.size(); ++v) EXPECT_TRUE(exact.valid[v]);
+        for (size_t v = 0; v < model.states.size(); ++v) EXPECT_TRUE(enough.valid[v]);
     }
 }
 
-// With a pending mask only the pending nodes are computed, and their entries
-// are cleared; without one, only targets are.
-TEST(JoinTreeTest, PendingMaskAndTargetsChooseTheNodes) {
+// Handles that are not node numbers, as in a network: node 0 is auxiliary
+// (no handle) and node i has handle 2i + 1, so that the even entries of a
+// pending mask belong to nodes of other pieces.
+class SpreadHandles : public CollectingAdapter {
+public:
+    using CollectingAdapter::CollectingAdapter;
+    int GetNodeHandle(int i) const override { return i == 0 ? -1 : 2 * i + 1; }
+};
+
+// The pending mask of target decomposition: every node of the piece whose
+// entry is set is computed, as enumeration gives it, and its entry cleared;
+// every other entry (observed nodes, nodes of other pieces) stays as it was,
+// and an auxiliary node is never written. A mask with no entry set for the
+// piece builds nothing.
+TEST(JoinTreeTest, PendingMaskIsComputedAndClearedExactly) {
     std::mt19937 rng(31);
     RandomOptions options;
     options.minNodes = 5;
-    options.evidenceShare = 0.0;
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 120; ++round) {
+        options.evidenceShare = (round % 3) * 0.2;
         const ModelDescription model = RandomModel(rng, options);
+        const orvil_test::BruteResult truth = orvil_test::BruteForce(ToBrute(model));
+        ASSERT_TRUE(truth.ok);
         const size_t n = model.states.size();
         auto piece = BuildPiece(model);
-        std::vector<char> mask(n);
-        bool pending[16];
-        for (size_t v = 0; v < n; ++v) {
-            mask[v] = char(rng() % 2);
-            pending[v] = mask[v] != 0;
-        }
-        CollectingAdapter masked(*piece);
-        TsJoinTree tree(masked);
-        ASSERT_TRUE(tree.UpdateBeliefsEx(pending, 0));
-        for (size_t v = 0; v < n; ++v) {
-            EXPECT_EQ(masked.valid[v], mask[v] != 0) << v;
-            EXPECT_FALSE(pending[v]);
+        SpreadHandles adapter(*piece);
+        std::vector<char> before(2 * n + 2);
+        for (char& entry : before) entry = round % 5 == 4 ? 0 : char(rng() % 2);
+        bool pending[64];
+        std::copy(before.begin(), before.end(), pending);
+        std::vector<bool> written(n, false);
+        bool anyWritten = false;
+        for (size_t v = 1; v < n; ++v) {
+            written[v] = before[2 * v + 1] != 0 && model.evidence[v] < 0;
+            anyWritten = anyWritten || written[v];
         }
 
-        CollectingAdapter targeted(*piece);
-        for (size_t v = 0; v < n; ++v) targeted.targets[v] = mask[v] != 0;
-        TsJoinTree second(targeted);
-        ASSERT_TRUE(second.UpdateBeliefs());
-        for (size_t v = 0; v < n; ++v) EXPECT_EQ(targeted.valid[v], mask[v] != 0) << v;
+        TsJoinTree tree(adapter);
+        ASSERT_TRUE(tree.UpdateBeliefsEx(pending, 0));
+        ExpectBeliefsMatch(model, adapter, truth, written, round);
+        for (size_t h = 0; h < before.size(); ++h) {
+            const bool cleared = h % 2 == 1 && h >= 3 && written[(h - 1) / 2];
+            EXPECT_EQ(pending[h], cleared ? false : before[h] != 0) << "handle " << h << " round " << round;
+        }
+        if (!anyWritten) {
+            EXPECT_EQ(tree.GetWork().collectBuilds, 0) << "round " << round;
+            EXPECT_EQ(tree.GetWork().distributeBuilds, 0) << "round " << round;
+        }
     }
 }
 
