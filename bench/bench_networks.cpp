@@ -26,6 +26,7 @@
 #include "orvil/nodeinfo.h"
 #include "orvil/nodevalue.h"
 #include "orvil/stringarray.h"
+#include "orvil/userproperties.h"
 
 #include <poll.h>
 #include <signal.h>
@@ -61,6 +62,7 @@ struct Options {
     double timeoutSeconds = 600.0; // the child is killed past this
     double repeatSeconds = 2.0;    // no further run once one measure took this long
     std::string jsonl;
+    std::string barrenTolerance;   // "QEL_REL_BARREN_TOLERANCE" for every network, when set
     std::vector<std::string> names;
 };
 
@@ -389,6 +391,8 @@ int BenchNetwork(const Options& o, const std::string& name, FILE* out)
     Clock::time_point start = Clock::now();
     int rc = net.ReadFile((o.networks / (name + ".bif")).c_str(), QEL_FORMAT_BY_EXTENSION, nullptr);
     double loadMs = Seconds(start) * 1000.0;
+    if (rc == 0 && !o.barrenTolerance.empty())
+        net.UserProperties().AddProperty("QEL_REL_BARREN_TOLERANCE", o.barrenTolerance.c_str());
     NetworkTotals t;
     if (rc != 0)
         t.note = std::string("load failed: ") + QEL_errorH().GetLastErrorMessage();
@@ -581,6 +585,8 @@ bool ParseOptions(int argc, char** argv, Options& o)
             o.timeoutSeconds = std::atof(argv[++i]);
         else if (a == "--jsonl" && hasValue)
             o.jsonl = argv[++i];
+        else if (a == "--barren-tolerance" && hasValue)
+            o.barrenTolerance = argv[++i];
         else if (!a.empty() && a[0] != '-')
             o.names.push_back(a);
         else
@@ -615,7 +621,7 @@ int main(int argc, char** argv)
     if (!ParseOptions(argc, argv, o)) {
         std::fprintf(stderr,
                      "usage: bench_networks [--networks DIR] [--cases DIR] [--runs N] [--budget S] "
-                     "[--timeout S] [--jsonl FILE] [NAME ...]\n");
+                     "[--timeout S] [--jsonl FILE] [--barren-tolerance X] [NAME ...]\n");
         return 2;
     }
     std::vector<std::string> names = NetworkNames(o);

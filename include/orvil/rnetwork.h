@@ -106,12 +106,28 @@ public:
     // A shared table is copied first. Does nothing when `parent` is not a
     // parent. The caller unlinks the parent.
     void Marginalize(const QEL_rNode* parent);
+    // The sums of the table's columns, one per configuration of the parents,
+    // at the observed parents' outcomes: a new table over the unobserved
+    // parents, in order, with a last dimension of one state. Null when every
+    // such sum is one up to the rounding of the sum itself (the node's
+    // factor is then 1 whatever its parents do; a caller that accepts sums
+    // further from one gives `tolerance`), or when there is no table or it
+    // does not fit the parents.
+    QEL_Dmatrix* Column_Sums(double tolerance) const;
+    // True when this record's family (itself and its parents) holds every
+    // record of `over`.
+    bool Covers(const fastarray<QEL_rNode*, 8, int>& over) const;
+    // Multiplies every cell by `factor` at the outcomes of `over` (records
+    // this one covers; `factor` has a dimension per record of `over`, in
+    // order, and a last one of one state), copying a shared table first.
+    // Does nothing without a table or when the shapes disagree.
+    void Multiply_By(const QEL_Dmatrix& factor, const fastarray<QEL_rNode*, 8, int>& over);
     // Makes the value matrix one-dimensional of size `n`: resized if it has
     // one dimension, rebuilt if it has more, added if it has none. Does
     // nothing for a record without a node.
     void Expand_Beliefs(int n);
-    // Copies the table's first cells into the value and marks it valid. Only
-    // right for a record without parents.
+    // Copies the table's first cells into the value, normalised, and marks
+    // it valid. Only right for a record without parents.
     void Set_Prior_Beliefs();
     // Stores evidence `e`; with a node, writes its value one-hot at `e` and
     // marks it valid. -2 when `e` is out of range, else 0.
@@ -175,6 +191,13 @@ public:
     void ReleaseNodes();
 
     fastarray<QEL_rNode*, 8, int> nodes;
+    // A constant factor of the joint that pruning took out of the tables:
+    // what is left of unobserved nodes summed away whose columns do not sum
+    // to one. Posteriors ignore it; the probability of evidence needs it.
+    double scale = 1.0;
+    // How far from one the column sums of a barren node may be for it to be
+    // dropped outright; within the rounding of the sums when 0.
+    double barrenTolerance = 0.0;
 };
 
 #endif

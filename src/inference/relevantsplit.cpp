@@ -13,6 +13,7 @@
 // empty at the end. The records' pool lives on until the last piece dies.
 #include "orvil/relevantsplit.h"
 
+#include <cstdlib>
 #include <vector>
 
 #include "orvil/dmatrix.h"
@@ -20,11 +21,26 @@
 #include "orvil/network.h"
 #include "orvil/node.h"
 #include "orvil/rnetwork.h"
+#include "orvil/userproperties.h"
 
 namespace {
 
 // Makes every node a target when the network has none. Returns true when it
 // did, so that the caller can take them back.
+// The network's "QEL_REL_BARREN_TOLERANCE": how far from one the column
+// sums of a barren node may be for it to be dropped outright. Models whose
+// tables were rounded by hand are much faster to prune with a tolerance a
+// little above their rounding, at the price of posteriors off by about that
+// much. Missing, unreadable or negative: 0, which keeps every digit.
+double BarrenTolerance(QEL_network& net) {
+    const int index = net.UserProperties().FindProperty("QEL_REL_BARREN_TOLERANCE");
+    if (index < 0) return 0.0;
+    char* end = nullptr;
+    const char* text = net.UserProperties().GetPropertyValue(index);
+    const double value = std::strtod(text, &end);
+    return end != text && value > 0.0 && value < 1.0 ? value : 0.0;
+}
+
 bool TargetAllIfNone(QEL_network& net) {
     if (net.GetNumberOfTargets() > 0) return false;
     for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) net.SetTarget(h, true);
@@ -121,25 +137,31 @@ QEL_rNetworkList* MakePieces(QEL_rNetwork& master, int components) {
         record->network = piece;
         piece->nodes.Add(record);
     }
+    if (components > 0) (*pieces)[0]->scale = master.scale;
     master.ReleaseNodes();
     return pieces;
 }
 
 // A piece that is a single observed node needs no engine: its belief is its
-// evidence.
+// evidence. The constant factor it may carry moves to a piece that stays;
+// when none stays, the last such piece is kept for it.
 void SettleObservedSingles(QEL_rNetworkList& pieces) {
     int kept = 0;
+    double scale = 1.0;
     for (int i = 0; i < pieces.Count(); ++i) {
         QEL_rNetwork* piece = pieces[i];
         QEL_rNode* only = piece->nodes.Count() == 1 ? piece->nodes[0] : nullptr;
-        if (only != nullptr && only->evidence >= 0) {
+        const bool last = i + 1 == pieces.Count() && kept == 0;
+        if (only != nullptr && only->evidence >= 0 && !(last && scale * piece->scale != 1.0)) {
             only->Set_Evidence(only->evidence);
+            scale *= piece->scale;
             delete piece;
         } else {
             pieces[kept++] = piece;
         }
     }
     pieces.SetCount(kept);
+    if (kept > 0) pieces[0]->scale *= scale;
 }
 
 }  // namespace
@@ -149,6 +171,7 @@ QEL_rNetworkList* QEL_relevantSplit(QEL_network* net, unsigned flags) {
     const bool allTargets = TargetAllIfNone(*net);
     const bool usePropagated = (flags & QEL_SPLIT_USE_PROPAGATED) != 0;
     QEL_rNetwork master(*net, usePropagated, (flags & QEL_SPLIT_DECOMPOSE) != 0);
+    master.barrenTolerance = BarrenTolerance(*net);
     RemoveBarren(master);
     if (usePropagated) SpreadEvidence(master);
     RemoveBarren(master);

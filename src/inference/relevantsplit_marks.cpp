@@ -7,8 +7,15 @@
 // a walk iterates over are copied first wherever the walk itself can change
 // them. `mark` tells the walks apart: 20 barren, 2 spread from, 10 summed
 // out, and the component number during labelling.
+//
+// A barren node sums out to 1 only when its table's columns sum to one, and
+// shared models often carry tables rounded to a few digits whose columns do
+// not. Dropping such a node would quietly change every posterior, so what
+// its columns sum to is handed on to its parents instead (see
+// LeaveColumnSums).
 #include <vector>
 
+#include "orvil/dmatrix.h"
 #include "orvil/network.h"
 #include "orvil/node.h"
 #include "orvil/relevantsplit.h"
@@ -62,11 +69,46 @@ bool IsOpen(const QEL_rNode* record) {
     return record->mark != QEL_rNode::markBarren && record->evidence < 0;
 }
 
+// What a node summed away leaves behind when its columns do not all sum to
+// one (`sums`, owned here): a constant when no unobserved parent is left, and
+// otherwise a factor over those parents. The factor goes into the table of a
+// parent whose family holds all the others (always so for a single parent);
+// without one, it stays as a record of its own, with no node and one
+// observed state, and then the record is not barren after all: the result
+// is false.
+bool LeaveColumnSums(QEL_rNode* record, QEL_Dmatrix* sums) {
+    fastarray<QEL_rNode*, 8, int> open;
+    for (QEL_rNode* parent : record->parents) {
+        if (parent->evidence < 0) open.Add(parent);
+    }
+    if (open.IsEmpty()) {
+        record->network->scale *= (*sums)[0];
+        delete sums;
+        return true;
+    }
+    for (QEL_rNode* parent : open) {
+        if (!parent->Covers(open)) continue;
+        parent->Multiply_By(*sums, open);
+        delete sums;
+        return true;
+    }
+    for (QEL_rNode* parent : record->parents) {
+        if (parent->evidence >= 0) Unlink(parent->children, record);
+    }
+    record->parents = open;
+    record->Set_Probabilities_Table(sums);
+    record->node = nullptr;
+    record->evidence = 0;
+    return false;
+}
+
 }  // namespace
 
 void Mark_Barren(QEL_rNode* record) {
     if (record->evidence >= 0 || record->mark == QEL_rNode::markBarren || !record->children.IsEmpty()) return;
     if (IsTargetRecord(record)) return;
+    QEL_Dmatrix* sums = record->Column_Sums(record->network->barrenTolerance);
+    if (sums != nullptr && !LeaveColumnSums(record, sums)) return;
     record->mark = QEL_rNode::markBarren;
     for (QEL_rNode* parent : record->parents) Unlink(parent->children, record);
     for (QEL_rNode* parent : record->parents) Mark_Barren(parent);

@@ -1,5 +1,6 @@
 // Table surgery on pruned records: slicing a parent out at its evidence,
-// summing a parent out, and testing a slice for certainty.
+// summing a parent out, the column sums a node summed away leaves behind,
+// and testing a slice for certainty.
 //
 // A record's table starts as its definition's own matrix and must stay
 // untouched there, so the first change of a shared table writes into a new
@@ -7,11 +8,14 @@
 // row-major with the record's own outcome last, so a parent's dimension is
 // its position in `parents`.
 #include <algorithm>
+#include <cfloat>
+#include <cmath>
 #include <utility>
 #include <vector>
 
 #include "orvil/dmatrix.h"
 #include "orvil/doublearray.h"
+#include "orvil/intarray.h"
 #include "orvil/rnetwork.h"
 
 bool QEL_rNode::Test_State(double value, const QEL_rNode* parent, int parentState, int ownState) const {
@@ -57,6 +61,89 @@ void QEL_rNode::Marginalize(const QEL_rNode* parent) {
         return;
     }
     Set_Probabilities_Table(summed);
+}
+
+namespace {
+
+// A column sum that differs from one by no more than the rounding of adding
+// `states` cells counts as one: tables whose decimal cells add up to one
+// exactly still give such sums. A caller may accept more.
+bool IsOne(double sum, int states, double tolerance) {
+    return std::fabs(sum - 1.0) <= std::max(double(states) * DBL_EPSILON, tolerance);
+}
+
+bool ColumnsSumToOne(const QEL_Dmatrix& table, int states, double tolerance) {
+    const QEL_doubleArray& cells = table.GetItems();
+    for (int at = 0; at < table.GetSize(); at += states) {
+        double sum = 0.0;
+        for (int s = 0; s < states; ++s) sum += cells[at + s];
+        if (!IsOne(sum, states, tolerance)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+QEL_Dmatrix* QEL_rNode::Column_Sums(double tolerance) const {
+    if (table == nullptr || table->GetNumberOfDimensions() != parents.Count() + 1) return nullptr;
+    const int states = table->GetSizeOfLastDimension();
+    // Most tables pass here, with no allocation.
+    if (states < 1 || ColumnsSumToOne(*table, states, tolerance)) return nullptr;
+    QEL_intArray dims;
+    QEL_intArray fixed;
+    for (int d = 0; d < parents.Count(); ++d) {
+        dims.Add(table->GetSizeOfDimension(d));
+        fixed.Add(parents[d]->evidence);
+    }
+    dims.Add(1);
+    fixed.Add(-1);
+    QEL_Dmatrix sums(dims);
+    const QEL_doubleArray& cells = table->GetItems();
+    for (int c = 0; c < sums.GetSize(); ++c) {
+        double sum = 0.0;
+        for (int s = 0; s < states; ++s) sum += cells[c * states + s];
+        sums[c] = sum;
+    }
+    auto* sliced = new QEL_Dmatrix();
+    bool ones = sums.RemoveDimensions(fixed, *sliced) == 0;
+    for (int c = 0; ones && c < sliced->GetSize(); ++c) ones = IsOne((*sliced)[c], states, tolerance);
+    if (!ones) return sliced;
+    delete sliced;
+    return nullptr;
+}
+
+bool QEL_rNode::Covers(const fastarray<QEL_rNode*, 8, int>& over) const {
+    for (const QEL_rNode* record : over) {
+        if (record != this && FindParent(record) < 0) return false;
+    }
+    return true;
+}
+
+void QEL_rNode::Multiply_By(const QEL_Dmatrix& factor, const fastarray<QEL_rNode*, 8, int>& over) {
+    if (table == nullptr || !Covers(over) || factor.GetNumberOfDimensions() != over.Count() + 1) return;
+    const int dims = table->GetNumberOfDimensions();
+    if (dims != parents.Count() + 1) return;
+    // The factor's stride along each dimension of the table; 0 for the
+    // dimensions it does not depend on.
+    std::vector<int> stride(size_t(dims), 0);
+    for (int k = 0; k < over.Count(); ++k) {
+        const int d = over[k] == this ? dims - 1 : FindParent(over[k]);
+        if (factor.GetSizeOfDimension(k) != table->GetSizeOfDimension(d)) return;
+        stride[size_t(d)] = factor.GetPreProduct()[k];
+    }
+    if (tableKind != ownTable) Set_Probabilities_Table(new QEL_Dmatrix(*table));
+    std::vector<int> coords(size_t(dims), 0);
+    int at = 0;
+    for (int cell = 0; cell < table->GetSize(); ++cell) {
+        (*table)[cell] *= factor[at];
+        // The next cell, last dimension fastest, carrying into earlier ones.
+        for (int d = dims - 1; d >= 0; --d) {
+            at += stride[size_t(d)];
+            if (++coords[size_t(d)] < table->GetSizeOfDimension(d)) break;
+            at -= stride[size_t(d)] * coords[size_t(d)];
+            coords[size_t(d)] = 0;
+        }
+    }
 }
 
 namespace {

@@ -124,7 +124,12 @@ void QEL_rNode::Set_Prior_Beliefs() {
     Expand_Beliefs(states);
     QEL_Dmatrix* beliefs = nullptr;
     if (node->Value()->GetValue(&beliefs) != QEL_OKAY || beliefs == nullptr) return;
-    for (int i = 0; i < states; ++i) (*beliefs)[i] = (*table)[i];
+    // A table that does not sum to one (rounded by hand, or weighted by
+    // nodes summed away below it) is normalised; one of zeros is copied.
+    double total = 0.0;
+    for (int i = 0; i < states; ++i) total += (*table)[i];
+    const double scale = total > 0.0 ? 1.0 / total : 1.0;
+    for (int i = 0; i < states; ++i) (*beliefs)[i] = (*table)[i] * scale;
     node->Value()->SetValueValid();
 }
 

@@ -113,6 +113,14 @@ double DirectFactor(QEL_network& net, int handle) {
     return factor;
 }
 
+// The factor of a piece that is one unobserved node: its table, summed.
+double TableTotal(const QEL_rNode& record) {
+    if (record.table == nullptr) return 1.0;
+    double total = 0.0;
+    for (int i = 0; i < record.table->GetSize(); ++i) total += (*record.table)[i];
+    return total;
+}
+
 // Makes the parents of every observed node targets, so that pruning keeps
 // each observed family whole, and lists the ones it added. The update driver
 // has done this already; a direct caller may not have.
@@ -144,12 +152,17 @@ double TsClusteringProbE(QEL_network* net) {
     double result = 1.0;
     for (int i = 0; i < pieces->Count(); ++i) {
         QEL_rNetwork* piece = (*pieces)[i];
-        for (const QEL_rNode* record : piece->nodes) {
-            if (record->node != nullptr) unplaced[record->node->GetHandle()] = false;
-        }
+        result *= piece->scale;
         if (piece->nodes.Count() == 1) {
-            piece->nodes[0]->Set_Prior_Beliefs();
+            // An observed single stays unplaced: its factor comes from its
+            // table below, like that of any observed node pruning dropped.
+            QEL_rNode& only = *piece->nodes[0];
+            if (only.evidence < 0) result *= TableTotal(only);
+            only.Set_Prior_Beliefs();
         } else {
+            for (const QEL_rNode* record : piece->nodes) {
+                if (record->node != nullptr) unplaced[record->node->GetHandle()] = false;
+            }
             TsAdapter adapter(*piece);
             TsJoinTree tree(adapter);
             const double factor = tree.CalcNormFactor();

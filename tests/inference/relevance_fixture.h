@@ -36,6 +36,24 @@ inline void ObserveSomePossible(QEL_network& net, const std::vector<int>& handle
     }
 }
 
+// Scales about half of the columns of every conditional table by a factor
+// between 0.6 and 1.4, the way tables rounded by hand fail to sum to one.
+// The model is then an unnormalised product, whose posteriors and evidence
+// sum the oracle still gives.
+inline void UnnormaliseSomeColumns(QEL_network& net, const std::vector<int>& handles, std::mt19937& rng) {
+    std::uniform_real_distribution<double> factor(0.6, 1.4);
+    for (int h : handles) {
+        if (net.GetNode(h)->GetType() != qel_cptType) continue;
+        QEL_Dmatrix& table = *net.GetNode(h)->Definition()->GetMatrix();
+        const int states = table.GetSizeOfLastDimension();
+        for (int column = 0; column < table.GetSize(); column += states) {
+            if (rng() % 2 != 0) continue;
+            const double f = factor(rng);
+            for (int s = 0; s < states; ++s) table[column + s] *= f;
+        }
+    }
+}
+
 // Gives about `share` of the unobserved nodes a random likelihood vector.
 inline void AddSomeLikelihoods(QEL_network& net, const std::vector<int>& handles, std::mt19937& rng,
                                double share) {

@@ -20,6 +20,7 @@
 #include "orvil/nodevalue.h"
 #include "orvil/relevantsplit.h"
 #include "orvil/rnetwork.h"
+#include "orvil/userproperties.h"
 
 namespace {
 
@@ -238,6 +239,33 @@ TEST(RelevanceSplitTest, ReductionsOnASmallNetwork) {
     ASSERT_EQ(static_cast<QEL_beliefVector*>(net.GetNode(q)->Value())->ControlValue(1), 0);
     PieceList pieces;
     EXPECT_EQ(Shape(net, {r}, 0, pieces), (Pieces{{"R"}}));
+}
+
+// P -> Q, with a column of Q summing to 0.99 as hand-rounded tables do.
+// Dropped as barren, Q would take that weight with it: it goes into P's
+// table instead, and P's belief keeps it, unless the network's
+// "QEL_REL_BARREN_TOLERANCE" accepts such sums as one.
+TEST(RelevanceSplitTest, BarrenColumnSumsStayUnlessTolerated) {
+    QEL_network net;
+    const int p = AddNode(net, "P", 2);
+    const int q = AddNode(net, "Q", 2);
+    ASSERT_EQ(net.AddArc(p, q), 0);
+    Fill(net, p, {0.25, 0.75});
+    Fill(net, q, {0.5, 0.49, 0.3, 0.7});
+    {
+        PieceList pieces;
+        EXPECT_EQ(Shape(net, {p}, 0, pieces), (Pieces{{"P"}}));
+        const QEL_Dmatrix& weighted = *(*pieces.list)[0]->nodes[0]->table;
+        EXPECT_EQ(weighted[0], 0.25 * 0.99);
+        EXPECT_EQ(weighted[1], 0.75);
+    }
+    net.SetTarget(p, true);
+    ASSERT_EQ(net.UpdateBeliefs(), 0);
+    EXPECT_NEAR(Beliefs(net, p)[0], 0.2475 / 0.9975, 1e-15);
+    ASSERT_GE(net.UserProperties().AddProperty("QEL_REL_BARREN_TOLERANCE", "0.02"), 0);
+    net.InvalidateAllBeliefs();
+    ASSERT_EQ(net.UpdateBeliefs(), 0);
+    EXPECT_EQ(Beliefs(net, p)[0], 0.25);
 }
 
 }  // namespace
