@@ -9,10 +9,18 @@
 // one state, so they cost nothing in the size measure; their arcs to their
 // children carry nothing (each child's table is read at the observed slice)
 // and are left out of the moral graph, as relevance reasoning would have cut
-// them. Each step removes the
-// simplicial nodes, then eliminates the node whose clique would be smallest;
-// the running total of clique sizes is checked as it grows, so a hopeless
-// triangulation stops early. The result is the cliques, linked into a tree.
+// them.
+//
+// Each step removes the simplicial nodes, then eliminates one node chosen by
+// a heuristic. The classic choice is the node whose clique would be smallest;
+// it is quick and good on most networks, but on some large ones it makes
+// cliques several times bigger than needed. So when its cliques hold more
+// than `trialThreshold` cells in all, or it does not fit the limits, the
+// elimination is run again with two fill-in heuristics, and the order with the
+// smallest total wins. Trial runs only score their order: they record what
+// each clique would hold, and cliques are made once, from the winning order.
+// The running total is checked as it grows, so a hopeless run stops early,
+// and a trial stops as soon as it cannot beat the best total so far.
 //
 // TsTriangulatorStatsFunc, when set, hears the figures of every successful
 // triangulation.
@@ -49,12 +57,32 @@ extern TsTriangulatorStatsCallback TsTriangulatorStatsFunc;
 
 class TsTriangulator {
 public:
+    // How the next node is chosen once no simplicial node is left. Every rule
+    // breaks remaining ties by the lowest node number, and never chooses a
+    // node whose clique would pass the clique size cap.
+    enum Heuristic {
+        // The smallest clique (product of the state counts of the node and
+        // its neighbours).
+        minSize,
+        // The fewest fill-in edges, ties by clique size. Skips nodes whose
+        // clique would pass the 30-node limit.
+        minFill,
+        // The smallest sum, over the pairs of neighbours not yet linked, of
+        // the product of their state counts (each taken as at most 65535),
+        // ties by clique size. Skips nodes whose clique would pass the
+        // 30-node limit.
+        weightedMinFill
+    };
+
     // Largest product of state counts a clique may have.
     static constexpr uint32_t cliqueSizeCap = 0x40000000u;
     // The budget that a size limit of 0 stands for.
     static constexpr uint32_t defaultSizeLimit = 0x10000000u;
     // The 16-bit graph tables bound a piece to this many nodes.
     static constexpr int maxNodes = 32767;
+    // Totals up to this many cells are kept from the classic run without
+    // trying other orders: small pieces pay nothing for the trials.
+    static constexpr uint64_t trialThreshold = 1u << 16;
 
     // Cliques are taken from `pool` and appended to `cliques` in creation
     // order.
@@ -64,49 +92,88 @@ public:
     ~TsTriangulator();
 
     // Triangulates within `sizeLimit` cells in total (0: the default
-    // budget). False when the budget, the clique size cap or the 30-node
-    // limit of a clique is exceeded; on success the cliques form one tree
-    // whose root is the last clique made.
+    // budget). The classic minSize run comes first; its order is kept when
+    // it fits and its total is at most `trialThreshold`. Otherwise minFill
+    // and then weightedMinFill are tried as well, and the order with the
+    // smallest total that fits wins, the earlier rule on a tie. An order fits
+    // when its total is within the budget, no clique passes the clique size
+    // cap and none holds more than 30 nodes. False, with no clique made, when
+    // no tried order fits (or the piece has more than maxNodes nodes). On
+    // success the cliques of the winning order form one tree whose root is
+    // the last clique made, and the statistics callback hears of it.
     bool Triangulate(unsigned sizeLimit);
 
-    // The nodes in the order they were eliminated as clique makers.
+    // As Triangulate, with `heuristic` as the only rule tried.
+    bool TriangulateWith(Heuristic heuristic, unsigned sizeLimit);
+
+    // The nodes in the order they were eliminated as clique makers, in the
+    // order the cliques were made from; empty after a failure.
     const fastarray<int, 8, int>& GetEliminationOrder() const { return order; }
+    // The rule whose order the cliques were made from.
+    Heuristic GetHeuristic() const { return chosen; }
 
 private:
     struct NodeRecord {
         uint16_t* adjacency;
         uint16_t* neighbours;
-        uint32_t cliqueSize;
+        uint64_t weightedFill;     // weighted count of unlinked neighbour pairs
+        uint64_t neighbourWeight;  // sum of the neighbours' weights
+        uint32_t cliqueSize;       // 0: unknown or over the cap
         int32_t neighbourCount;
+        int32_t fillCount;         // unlinked neighbour pairs; 0: simplicial
         uint32_t stateCount;
+        uint32_t weight;           // state count, at most 65535
         bool removed;
-        bool simplicialChecked;  // known not simplicial since its last change
     };
 
+    // One clique an elimination would make: its maker, its size and a run of
+    // `members`, the maker's neighbours in the order they join the clique.
+    struct CliqueStep {
+        int eliminated;
+        uint32_t size;
+        int firstMember;
+        int memberCount;
+    };
+    struct Member {
+        uint16_t node;
+        bool inSeparator;
+    };
+    // What one run would build, and the sum of its clique sizes.
+    struct Elimination {
+        std::vector<CliqueStep> steps;
+        std::vector<Member> members;
+        uint64_t total = 0;
+        void Clear();
+    };
+
+    bool Prepare(unsigned limit);
+    void ResetGraph();
     void Moralize();
     void Link(int a, int b);
-    void Touch(int node);
     uint32_t CalcCliqueSize(int node);
-    bool IsSimplicial(int node) const;
     void RemoveNode(int node);
     void AddFillIns(int node);
-    bool AddClique(int node, uint32_t size);
-    bool RemoveSimplicials();
-    bool HeuristicSearch();
+    bool RecordClique(int node, uint32_t size, Elimination& into);
+    bool RemoveSimplicials(uint64_t bound, Elimination& into);
+    int Choose(Heuristic heuristic);
+    bool Eliminate(Heuristic heuristic, uint64_t bound, Elimination& into);
+    bool Finish();
+    void BuildCliques();
     void ConnectCliques();
     void CalculateStatistics() const;
 
     TsAdapter& adapter;
     TsClique::Pool& pool;
     fastarray<TsClique*, 32, int>& cliques;
-    uint64_t totalSize;
     uint64_t sizeLimit;
     int nodeCount;
     int removedCount;
-    int cliqueCount;
+    Heuristic chosen;
     std::vector<NodeRecord> records;
     std::vector<uint16_t> adjacencyTable;
     std::vector<uint16_t> neighbourTable;
+    Elimination best;
+    Elimination trial;
     fastarray<int, 8, int> order;
 };
 

@@ -1,0 +1,157 @@
+// The elimination graph of the triangulator: moralisation, new edges, node
+// removal, and the scores the heuristics read, all kept up to date as the
+// graph changes.
+//
+// The graph lives in two n by n tables of 16-bit entries (adjacency and
+// neighbour lists, see triangulator.h). Per node the record keeps the clique
+// size (the product of its own and its neighbours' state counts, updated by
+// one multiplication per new edge and one division per removed neighbour,
+// recomputed only after a product went over the cap), the number of unlinked
+// pairs among its neighbours and their weighted sum. A new edge changes the
+// pair counts of its two ends and of their common neighbours only, which the
+// link walks anyway; a removed node is always simplicial, which makes the
+// change for each neighbour a difference of two sums. A pair count of 0 marks
+// a simplicial node, so the passes over all nodes test nothing pairwise.
+#include "orvil/triangulator.h"
+
+#include <algorithm>
+
+#include "orvil/tsadapter.h"
+
+namespace {
+
+// The product of a known clique size and a state count, or 0 (unknown) when
+// it passes the cap or the size was unknown already.
+uint32_t GrowSize(uint32_t size, uint32_t factor) {
+    const uint64_t product = uint64_t(size) * factor;
+    return product > TsTriangulator::cliqueSizeCap ? 0u : uint32_t(product);
+}
+
+// State counts weigh fill-in pairs; the bound keeps any weighted sum of a
+// 32767-node graph within 64 bits.
+uint32_t PairWeight(uint32_t stateCount) { return std::min(stateCount, 0xffffu); }
+
+}  // namespace
+
+void TsTriangulator::ResetGraph() {
+    for (NodeRecord& r : records) {
+        // Only edges still present need clearing: a removed node cleared its
+        // own as it went and has no neighbours left.
+        for (int i = 0; i < r.neighbourCount; ++i) r.adjacency[r.neighbours[i]] = 0;
+        uint16_t* adjacency = r.adjacency;
+        uint16_t* neighbours = r.neighbours;
+        r = NodeRecord{};
+        r.adjacency = adjacency;
+        r.neighbours = neighbours;
+    }
+    removedCount = 0;
+    Moralize();
+}
+
+void TsTriangulator::Moralize() {
+    for (int i = 0; i < nodeCount; ++i) {
+        NodeRecord& r = records[i];
+        const int states = adapter.GetStateCount(i);
+        // An observed node has one possible state: it is free in the size
+        // measure, though it stays in the graph.
+        r.stateCount = adapter.GetEvidence(i) >= 0 ? 1u : uint32_t(states > 0 ? states : 0);
+        r.cliqueSize = r.stateCount;
+        r.weight = PairWeight(r.stateCount);
+    }
+    fastarray<int, 24, int> parents;
+    for (int i = 0; i < nodeCount; ++i) {
+        adapter.GetParents(i, parents);
+        // An observed parent is a fixed slice of this node's table, not a
+        // dependence: the arc carries nothing and is left out, as if cut.
+        for (int& p : parents) {
+            if (p >= 0 && adapter.GetEvidence(p) >= 0) p = -1;
+        }
+        for (int p : parents) {
+            if (p >= 0) Link(i, p);
+        }
+        for (int a = parents.Count() - 1; a > 0; --a) {
+            if (parents[a] < 0) continue;
+            for (int b = a - 1; b >= 0; --b) {
+                if (parents[b] >= 0) Link(parents[a], parents[b]);
+            }
+        }
+    }
+}
+
+void TsTriangulator::Link(int a, int b) {
+    NodeRecord& ra = records[a];
+    if (a == b || ra.adjacency[b] != 0) return;
+    NodeRecord& rb = records[b];
+    // A common neighbour of a and b has one unlinked pair fewer; a gains b
+    // paired with each old neighbour, unlinked unless common, and b likewise.
+    const uint64_t pairWeight = uint64_t(ra.weight) * rb.weight;
+    int common = 0;
+    uint64_t commonWeight = 0;
+    for (int i = 0; i < ra.neighbourCount; ++i) {
+        NodeRecord& rw = records[ra.neighbours[i]];
+        if (rb.adjacency[ra.neighbours[i]] == 0) continue;
+        ++common;
+        commonWeight += rw.weight;
+        --rw.fillCount;
+        rw.weightedFill -= pairWeight;
+    }
+    ra.fillCount += ra.neighbourCount - common;
+    ra.weightedFill += rb.weight * (ra.neighbourWeight - commonWeight);
+    rb.fillCount += rb.neighbourCount - common;
+    rb.weightedFill += ra.weight * (rb.neighbourWeight - commonWeight);
+    ra.neighbourWeight += rb.weight;
+    rb.neighbourWeight += ra.weight;
+    ra.neighbours[ra.neighbourCount++] = uint16_t(b);
+    ra.adjacency[b] = uint16_t(ra.neighbourCount);
+    rb.neighbours[rb.neighbourCount++] = uint16_t(a);
+    rb.adjacency[a] = uint16_t(rb.neighbourCount);
+    ra.cliqueSize = GrowSize(ra.cliqueSize, rb.stateCount);
+    rb.cliqueSize = GrowSize(rb.cliqueSize, ra.stateCount);
+}
+
+uint32_t TsTriangulator::CalcCliqueSize(int node) {
+    NodeRecord& r = records[node];
+    if (r.cliqueSize != 0) return r.cliqueSize;
+    uint64_t product = r.stateCount;
+    for (int i = r.neighbourCount - 1; i >= 0; --i) {
+        product *= records[r.neighbours[i]].stateCount;
+        if (product > cliqueSizeCap) return 0;
+    }
+    r.cliqueSize = uint32_t(product);
+    return r.cliqueSize;
+}
+
+void TsTriangulator::RemoveNode(int node) {
+    NodeRecord& r = records[node];
+    // The node is simplicial, so its closed neighbourhood lies inside each
+    // neighbour's: the unlinked pairs a neighbour loses are this node with
+    // the neighbour's other neighbours outside that neighbourhood.
+    const uint64_t closedWeight = r.neighbourWeight + r.weight;
+    for (int i = 0; i < r.neighbourCount; ++i) {
+        const int nb = r.neighbours[i];
+        NodeRecord& rn = records[nb];
+        rn.fillCount -= rn.neighbourCount - r.neighbourCount;
+        rn.weightedFill -= r.weight * (rn.neighbourWeight + rn.weight - closedWeight);
+        rn.neighbourWeight -= r.weight;
+        // Fill the gap in the neighbour's list with its last entry.
+        const int gap = rn.adjacency[node] - 1;
+        const int last = rn.neighbours[rn.neighbourCount - 1];
+        rn.neighbours[gap] = uint16_t(last);
+        rn.adjacency[last] = uint16_t(gap + 1);
+        --rn.neighbourCount;
+        rn.adjacency[node] = 0;
+        r.adjacency[nb] = 0;
+        if (r.stateCount != 0) rn.cliqueSize /= r.stateCount;
+        if (rn.stateCount != 0) r.cliqueSize /= rn.stateCount;
+    }
+    r.neighbourCount = 0;
+    r.removed = true;
+    ++removedCount;
+}
+
+void TsTriangulator::AddFillIns(int node) {
+    const NodeRecord& r = records[node];
+    for (int i = 0; i < r.neighbourCount; ++i) {
+        for (int j = i + 1; j < r.neighbourCount; ++j) Link(r.neighbours[i], r.neighbours[j]);
+    }
+}
