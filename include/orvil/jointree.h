@@ -14,12 +14,13 @@
 // what it sums out of it. Only separator-sized messages stay in memory.
 //
 // Since building potentials is the cost, an update builds only what the
-// beliefs it writes need. Before the passes each part of the tree is
-// re-rooted at the largest clique a belief (or an exported table) is read
-// from; the root is built once, with all its children's messages. Messages go
-// up only towards cliques that will be built, and the way down goes only
-// into subtrees that hold a clique read from. One target costs one build per
-// clique of its part and no distribute pass.
+// beliefs it writes need. The cliques a belief (or an exported table) is read
+// from are the wanted ones. Before the passes each part of the tree is
+// re-rooted at the largest clique of the smallest subtree that joins its
+// wanted cliques; the root is built once, with all its children's messages.
+// Messages go up only towards cliques that will be built, and the way down
+// goes only into subtrees that hold a wanted clique. One target costs one
+// build per clique of its part and no distribute pass.
 //
 // A failed triangulation writes nothing to the values: the caller decides
 // whether to split the work into smaller passes.
@@ -61,7 +62,7 @@ public:
     // The steps of an update, in order. InitPotentials chooses the clique
     // each belief that `pending` (as for UpdateBeliefsEx; null: the targets)
     // asks for is read from, asks for the clique tables when the network
-    // keeps them, re-roots the tree at the cliques read from, lays out the
+    // keeps them, re-roots the tree (see above), lays out the
     // messages and plans which cliques each pass builds. Collect sends up
     // the messages that a clique built later reads; Distribute brings the
     // parent's knowledge down into the subtrees read from and takes the
@@ -109,8 +110,15 @@ private:
     // Asks the store for a table per clique, smallest clique first; every
     // clique is then wanted.
     void PlanExport();
-    // Makes the largest wanted clique of each part the top of that part.
+    // Makes the top of each part that holds a wanted clique the largest
+    // clique of the smallest subtree joining its wanted cliques.
     void Reroot();
+    // Makes the largest clique with `mark` set in each part the top of that
+    // part.
+    void LiftLargest(bool TsClique::*mark);
+    // Marks the cliques built on the way down, leaving `order` children
+    // first.
+    void MarkBuildDown();
     // Marks what each pass builds, and leaves `order` parents first.
     void PlanPasses();
     // Cliques in an order that puts every child before its parent.

@@ -17,8 +17,9 @@
 //
 // The separator of an edge is the intersection of its two cliques, and it is
 // stored with whichever end is the child. The tree is made rooted at the last
-// clique of the triangulation; the join tree may turn edges round so that
-// the clique it reads most from is built only once (TakePlaceOf).
+// clique of the triangulation; the join tree turns edges round (TakePlaceOf)
+// so that the largest clique it must build on the way down is the root, and
+// is built only once.
 #ifndef ORVIL_TSCLIQUE_H
 #define ORVIL_TSCLIQUE_H
 

@@ -12,13 +12,16 @@
 // exported table are taken from it.
 //
 // Building potentials is the whole cost, so an update builds only what it
-// reads. The cliques it reads from are the wanted ones. Each part of the
-// tree (cliques linked by non-empty separators; evidence may cut a piece
-// into several) is re-rooted at its largest wanted clique, which is then
-// built once, on the way down, with every message in. A message goes up only
-// when its parent will be built; the way down goes only into subtrees that
-// hold a wanted clique. A single target thus costs one build per clique of
-// its part, and a full update builds the largest clique once, not twice.
+// reads. The cliques it reads from are the wanted ones. The way down must
+// build the smallest subtree that joins the wanted cliques of a part (cliques
+// linked by non-empty separators; evidence may cut a piece into several),
+// and the way up every other clique of the part, so each of that subtree's
+// cliques is built twice except the root, which is built once, on the way
+// down, with every message in. Each part is therefore re-rooted at the
+// largest clique of that subtree. A message goes up only when its parent will
+// be built; the way down goes only into subtrees that hold a wanted clique.
+// A single target thus costs one build per clique of its part, and a full
+// update builds the largest clique once, not twice.
 #include "orvil/jointree.h"
 
 #include <algorithm>
@@ -177,15 +180,16 @@ bool Larger(const TsClique& a, const TsClique& b) {
     return a.nodes.count > b.nodes.count;
 }
 
-// The largest wanted clique of the part whose top is `top`, or null. The
-// tops of the parts that hang below it are appended to `tops`.
-TsClique* LargestWanted(TsClique& top, std::vector<TsClique*>& tops, std::vector<TsClique*>& stack) {
+// The largest clique with `mark` set in the part whose top is `top`, or
+// null. The tops of the parts that hang below it are appended to `tops`.
+TsClique* LargestMarked(TsClique& top, bool TsClique::*mark, std::vector<TsClique*>& tops,
+                        std::vector<TsClique*>& stack) {
     TsClique* best = nullptr;
     stack.assign(1, &top);
     while (!stack.empty()) {
         TsClique* clique = stack.back();
         stack.pop_back();
-        if (clique->wanted && (best == nullptr || Larger(*clique, *best))) best = clique;
+        if (clique->*mark && (best == nullptr || Larger(*clique, *best))) best = clique;
         for (TsClique* child : clique->children) (child->HasSeparator() ? stack : tops).push_back(child);
     }
     return best;
@@ -194,6 +198,16 @@ TsClique* LargestWanted(TsClique& top, std::vector<TsClique*>& tops, std::vector
 }  // namespace
 
 void TsJoinTree::Reroot() {
+    // Rooted at a wanted clique, the cliques built on the way down are the
+    // smallest subtree that joins the wanted ones, whichever of them is the
+    // root. Every one of them but the root is built twice, so the root is
+    // then moved to the largest of them, which need not be wanted itself.
+    LiftLargest(&TsClique::wanted);
+    MarkBuildDown();
+    LiftLargest(&TsClique::buildDown);
+}
+
+void TsJoinTree::LiftLargest(bool TsClique::*mark) {
     if (root == nullptr) return;
     // Parts share no unobserved node, so each can be turned round on its
     // own and still hang where it hung.
@@ -201,14 +215,14 @@ void TsJoinTree::Reroot() {
     std::vector<TsClique*> stack;
     for (size_t i = 0; i < tops.size(); ++i) {
         TsClique* top = tops[i];
-        TsClique* best = LargestWanted(*top, tops, stack);
+        TsClique* best = LargestMarked(*top, mark, tops, stack);
         if (best == nullptr || best == top) continue;
         best->TakePlaceOf(*top);
         if (top == root) root = best;
     }
 }
 
-void TsJoinTree::PlanPasses() {
+void TsJoinTree::MarkBuildDown() {
     BottomUp(order);
     for (TsClique* clique : order) {
         clique->buildDown = clique->wanted;
@@ -216,6 +230,10 @@ void TsJoinTree::PlanPasses() {
             if (child->HasSeparator() && child->buildDown) clique->buildDown = true;
         }
     }
+}
+
+void TsJoinTree::PlanPasses() {
+    MarkBuildDown();
     // Parents before children.
     std::reverse(order.begin(), order.end());
     for (TsClique* clique : order) {
@@ -227,11 +245,16 @@ void TsJoinTree::PlanPasses() {
 void TsJoinTree::BottomUp(std::vector<TsClique*>& out) const {
     out.clear();
     if (root == nullptr) return;
-    // Breadth-first from the root, read backwards.
+    // Depth-first from the root, read backwards. Read forwards, as the way
+    // down runs, a clique's subtree is done before its siblings are started,
+    // so few of the marginals it leaves for its children are alive at once.
     out.reserve(size_t(cliques.Count()));
-    out.push_back(root);
-    for (size_t i = 0; i < out.size(); ++i) {
-        for (TsClique* child : out[i]->children) out.push_back(child);
+    std::vector<TsClique*> stack(1, root);
+    while (!stack.empty()) {
+        TsClique* clique = stack.back();
+        stack.pop_back();
+        out.push_back(clique);
+        for (TsClique* child : clique->children) stack.push_back(child);
     }
     std::reverse(out.begin(), out.end());
 }

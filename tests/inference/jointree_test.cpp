@@ -66,8 +66,9 @@ std::vector<int> Common(const TsClique& a, const TsClique& b) {
 
 // The builds of a minimal plan over a tree, worked out from its undirected
 // shape alone: within each part (cliques linked by non-empty separators)
-// that holds a wanted clique, every clique but one sends a message up, and
-// the way down builds the smallest subtree that joins the wanted cliques.
+// that holds a wanted clique, every clique but the top sends a message up,
+// and the way down builds the smallest subtree that joins the wanted cliques
+// (the top among them).
 struct Builds {
     int collect = 0;
     int distribute = 0;
@@ -75,7 +76,8 @@ struct Builds {
 
 // Checks the tree as InitPotentials leaves it (one tree over all cliques,
 // ascending lists, each separator the intersection of its two cliques, each
-// part topped by its largest wanted clique) and returns the minimal builds.
+// part topped by the largest clique the way down builds) and returns the
+// minimal builds.
 // A clique is wanted when it is the smallest holding a written node.
 Builds CheckPlannedTree(const TsJoinTree& tree, const std::vector<bool>& written, int round) {
     const int count = tree.GetCliqueCount();
@@ -135,28 +137,26 @@ Builds CheckPlannedTree(const TsJoinTree& tree, const std::vector<bool>& written
             }
         }
         const TsClique* top = nullptr;
-        uint32_t largestWanted = 0;
-        bool anyWanted = false;
         for (int m : members) {
             const TsClique* clique = tree.GetClique(m);
             if (clique->parent == nullptr || clique->separator.count == 0) {
                 EXPECT_EQ(top, nullptr) << "two tops in one part, round " << round;
                 top = clique;
             }
-            if (wanted[size_t(m)]) {
-                anyWanted = true;
-                largestWanted = std::max(largestWanted, clique->size);
-            }
         }
-        if (!anyWanted) continue;
-        EXPECT_TRUE(wanted[size_t(index[top])]) << "round " << round;
-        EXPECT_EQ(top->size, largestWanted) << "round " << round;
-        builds.collect += int(members.size()) - 1;
+        // The joining subtree: wanted cliques, and those with wanted ones
+        // on two sides. Its largest clique tops the part.
+        const TsClique* largest = nullptr;
         for (int m : members) {
             int branches = 0;
             for (int next : links[size_t(m)]) branches += holdsWanted(m, next) ? 1 : 0;
-            if (wanted[size_t(m)] || branches >= 2) ++builds.distribute;
+            if (!wanted[size_t(m)] && branches < 2) continue;
+            ++builds.distribute;
+            if (largest == nullptr || tree.GetClique(m)->size > largest->size) largest = tree.GetClique(m);
         }
+        if (largest == nullptr) continue;
+        EXPECT_EQ(top->size, largest->size) << "round " << round;
+        builds.collect += int(members.size()) - 1;
     }
     return builds;
 }
