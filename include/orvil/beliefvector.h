@@ -10,10 +10,9 @@
 
 #include <vector>
 
-#include "orvil/dmatrix.h"
-#include "orvil/nodevalue.h"
+#include "orvil/outcomevalue.h"
 
-class QEL_beliefVector : public QEL_nodeValue {
+class QEL_beliefVector : public QEL_outcomeValue {
 public:
     // With a network and a handle that names a node with a definition, the
     // matrix has one dimension of the node's outcome count and the value is
@@ -24,28 +23,18 @@ public:
     int operator=(QEL_beliefVector& other) { return Clone(other); }
     using QEL_nodeValue::operator=;
 
-    using QEL_nodeValue::GetEvidence;
     using QEL_nodeValue::SetEvidence;
     using QEL_nodeValue::SetPropagatedEvidence;
 
-    // Base clean-up; with `deep` also empties the matrix. Forgets the
-    // outcome and the likelihood vector. Returns 0.
+    // Forgets the likelihood vector, then cleans up as any outcome value
+    // (with `deep` the matrix is emptied). Returns 0.
     int CleanUp(int deep = 0) override;
-    // Ready when the matrix has at least one dimension.
-    int CheckReadiness(int deep = 0) override;
-    // Copies `other` (-567 if it is not ready): the matrix when it is a
-    // belief vector too, else a fresh matrix; then its evidence is restored
-    // through SetEvidence, StoreEvidence or SetVirtualEvidence.
-    int Clone(QEL_nodeValue& other) override;
     // One dimension of the current outcome count; indexing parents go, and
     // the likelihood vector is set again (and lost if its length no longer
     // fits). Returns 0, or -2 when the node has no outcome count.
     int ReCreateFromNetworkStructure() override;
     int GetType() const override { return QEL_VALUETYPE_BELIEFVECTOR; }
-    int GetSize() override { return matrix.GetSize(); }
 
-    // The outcome under mask 5, else -2.
-    int GetEvidence() const override;
     // Real evidence on `outcome`: -2 out of range, -26 when it contradicts
     // propagated evidence, or the refusal of the network's evidence hook
     // (the evidence is then taken back). Drops stored virtual evidence
@@ -63,12 +52,10 @@ public:
     // -2 unless there is one entry per outcome. Replaces real evidence.
     // Returns the status of the network's hook.
     int SetVirtualEvidence(const std::vector<double>& likelihood) override;
-    int GetValue(QEL_Dmatrix** out) override;
-    int SetValue(QEL_Dmatrix& source) override;
 
     // Shared core of real and propagated evidence: -2 out of range; else the
     // matrix becomes the point mass on `outcome` and the value is valid.
-    int StoreEvidence(int outcome);
+    int StoreEvidence(int outcome) override;
     // Frees the likelihood vector and clears its bit, telling nobody.
     int ClearVirtualEvidence();
     // False when a descendant has evidence that is not controlled.
@@ -81,8 +68,6 @@ public:
     int ClearControlledValue();
 
 protected:
-    QEL_Dmatrix matrix;
-    int evidence;
     std::vector<double>* virtualEvidence;
 };
 

@@ -7,10 +7,9 @@
 #ifndef ORVIL_LISTOFDECISIONS_H
 #define ORVIL_LISTOFDECISIONS_H
 
-#include "orvil/dmatrix.h"
-#include "orvil/nodevalue.h"
+#include "orvil/outcomevalue.h"
 
-class QEL_listOfDecisions : public QEL_nodeValue {
+class QEL_listOfDecisions : public QEL_outcomeValue {
 public:
     // One dimension of the node's option count when the handle names a node
     // with a definition; otherwise empty and not ready.
@@ -20,22 +19,14 @@ public:
     int operator=(QEL_listOfDecisions& other) { return Clone(other); }
     using QEL_nodeValue::operator=;
 
-    using QEL_nodeValue::GetEvidence;
     using QEL_nodeValue::SetEvidence;
     using QEL_nodeValue::SetPropagatedEvidence;
 
-    int CleanUp(int deep = 0) override;
-    // Ready when the matrix has at least one dimension.
-    int CheckReadiness(int deep = 0) override;
-    // As for belief vectors, without virtual evidence.
-    int Clone(QEL_nodeValue& other) override;
-    // One dimension of the option count; indexing parents go.
+    // One dimension of the option count; indexing parents go. Returns 0,
+    // or -2 when the node has no option count.
     int ReCreateFromNetworkStructure() override;
     int GetType() const override { return QEL_VALUETYPE_LISTOFDECISIONS; }
-    int GetSize() override { return matrix.GetSize(); }
 
-    // The chosen option under mask 5, else -2.
-    int GetEvidence() const override;
     // Chooses `option`: -2 when it contradicts propagated evidence; an
     // option out of range reports 0 and changes nothing.
     int SetEvidence(int option) override;
@@ -44,17 +35,12 @@ public:
     int ClearPropagatedEvidence() override;
     // -2 if the node has evidence; out of range reports 0, changes nothing.
     int SetPropagatedEvidence(int option) override;
-    int GetValue(QEL_Dmatrix** out) override;
-    int SetValue(QEL_Dmatrix& source) override;
 
-    // -2 out of range; else records the option and sets the valid bit.
-    int StoreEvidence(int option);
+    // -2 out of range; else records the option and sets the valid bit. The
+    // expected utilities in the matrix stay as they are.
+    int StoreEvidence(int option) override;
     // -2 without evidence; else clears the valid bit only.
     int CleanEvidence();
-
-protected:
-    QEL_Dmatrix matrix;
-    int evidence;
 };
 
 #endif

@@ -22,81 +22,30 @@ const double kLikelihoodSumTolerance = 5e-06;
 
 }  // namespace
 
+// The constructor shapes the matrix exactly as a change of structure does.
 QEL_beliefVector::QEL_beliefVector(QEL_network* net, int nodeHandle)
-    : QEL_nodeValue(net, nodeHandle), evidence(0), virtualEvidence(nullptr) {
-    const int outcomes = OwnOutcomeCount();
-    if (outcomes > 0 && matrix.AddDimension(outcomes) == QEL_OKAY) matrix.FillWith(0.0);
-    CheckReadiness(0);
+    : QEL_outcomeValue(net, nodeHandle), virtualEvidence(nullptr) {
+    ReCreateFromNetworkStructure();
 }
 
 QEL_beliefVector::~QEL_beliefVector() { delete virtualEvidence; }
 
 int QEL_beliefVector::CleanUp(int deep) {
-    if (deep != 0) matrix.CleanUp();
-    evidence = 0;
     delete virtualEvidence;
     virtualEvidence = nullptr;
-    return QEL_nodeValue::CleanUp(deep);
-}
-
-int QEL_beliefVector::CheckReadiness(int) {
-    if (matrix.GetNumberOfDimensions() < 1) {
-        SetObjectNotReady();
-        return QEL_OBJECT_NOT_READY;
-    }
-    SetObjectReady();
-    return QEL_OKAY;
-}
-
-int QEL_beliefVector::Clone(QEL_nodeValue& other) {
-    if (!other.IsReady()) return QEL_OBJECT_NOT_READY;
-    if (&other == this) return QEL_OKAY;
-    CleanUp(1);
-    QEL_nodeValue::Clone(other);
-    // The likelihood vector is restored below through SetVirtualEvidence;
-    // until then the copied bit would claim a vector that is not here.
-    flags &= ~QEL_VALUE_VIRTUAL_EVIDENCE;
-    const bool sameType = other.GetType() == GetType();
-    QEL_Dmatrix* source = nullptr;
-    if (sameType && other.GetValue(&source) == QEL_OKAY) {
-        matrix = *source;
-    } else {
-        ReCreateFromNetworkStructure();
-    }
-    const int outcome = other.GetEvidence();
-    if (outcome >= 0) {
-        if (!sameType || other.IsRealEvidence()) {
-            SetEvidence(outcome);
-        } else {
-            StoreEvidence(outcome);
-        }
-    } else if (other.IsVirtualEvidence()) {
-        std::vector<double> likelihood;
-        if (other.GetVirtualEvidence(likelihood) == QEL_OKAY) SetVirtualEvidence(likelihood);
-    }
-    CheckReadiness(0);
-    return QEL_OKAY;
+    return QEL_outcomeValue::CleanUp(deep);
 }
 
 int QEL_beliefVector::ReCreateFromNetworkStructure() {
     std::vector<double> saved;
     const bool hadLikelihood = virtualEvidence != nullptr;
     if (hadLikelihood) saved = *virtualEvidence;
-    CleanUp(1);
-    const int outcomes = OwnOutcomeCount();
-    if (outcomes <= 0) return QEL_OUT_OF_RANGE;
-    int rc = matrix.AddDimension(outcomes);
-    if (rc != QEL_OKAY) return rc;
-    matrix.FillWith(0.0);
+    const int rc = ResetMatrix(OwnOutcomeCount());
     // A vector that no longer has one entry per outcome is refused here and
     // thereby dropped.
-    if (hadLikelihood) SetVirtualEvidence(saved);
+    if (rc == QEL_OKAY && hadLikelihood) SetVirtualEvidence(saved);
     CheckReadiness(0);
-    return QEL_OKAY;
-}
-
-int QEL_beliefVector::GetEvidence() const {
-    return HasEvidence() ? evidence : QEL_OUT_OF_RANGE;
+    return rc;
 }
 
 int QEL_beliefVector::StoreEvidence(int outcome) {
@@ -191,16 +140,6 @@ int QEL_beliefVector::ClearVirtualEvidence() {
     delete virtualEvidence;
     virtualEvidence = nullptr;
     flags &= ~QEL_VALUE_VIRTUAL_EVIDENCE;
-    return QEL_OKAY;
-}
-
-int QEL_beliefVector::GetValue(QEL_Dmatrix** out) {
-    *out = &matrix;
-    return QEL_OKAY;
-}
-
-int QEL_beliefVector::SetValue(QEL_Dmatrix& source) {
-    matrix = source;
     return QEL_OKAY;
 }
 

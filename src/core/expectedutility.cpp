@@ -8,60 +8,18 @@
 #include "orvil/errors.h"
 #include "orvil/textutil.h"
 
+// The constructor shapes the matrix exactly as a change of structure does.
 QEL_expectedUtility::QEL_expectedUtility(QEL_network* net, int nodeHandle)
-    : QEL_nodeValue(net, nodeHandle) {
-    if (matrix.AddDimension(1) == QEL_OKAY) matrix.FillWith(0.0);
-    CheckReadiness(0);
+    : QEL_matrixValue(net, nodeHandle) {
+    ReCreateFromNetworkStructure();
 }
 
 QEL_expectedUtility::~QEL_expectedUtility() = default;
 
-int QEL_expectedUtility::CleanUp(int deep) {
-    if (deep != 0) matrix.CleanUp();
-    return QEL_nodeValue::CleanUp(deep);
-}
-
-int QEL_expectedUtility::CheckReadiness(int) {
-    if (matrix.GetNumberOfDimensions() < 1) {
-        SetObjectNotReady();
-        return QEL_OBJECT_NOT_READY;
-    }
-    SetObjectReady();
-    return QEL_OKAY;
-}
-
-int QEL_expectedUtility::Clone(QEL_nodeValue& other) {
-    if (!other.IsReady()) return QEL_OBJECT_NOT_READY;
-    if (&other == this) return QEL_OKAY;
-    CleanUp(1);
-    QEL_nodeValue::Clone(other);
-    QEL_Dmatrix* source = nullptr;
-    if (other.GetType() == GetType() && other.GetValue(&source) == QEL_OKAY) {
-        matrix = *source;
-    } else {
-        ReCreateFromNetworkStructure();
-    }
-    CheckReadiness(0);
-    return QEL_OKAY;
-}
-
 int QEL_expectedUtility::ReCreateFromNetworkStructure() {
-    CleanUp(1);
-    int rc = matrix.AddDimension(1);
-    if (rc != QEL_OKAY) return rc;
-    matrix.FillWith(0.0);
+    const int rc = ResetMatrix(1);
     CheckReadiness(0);
-    return QEL_OKAY;
-}
-
-int QEL_expectedUtility::GetValue(QEL_Dmatrix** out) {
-    *out = &matrix;
-    return QEL_OKAY;
-}
-
-int QEL_expectedUtility::SetValue(QEL_Dmatrix& source) {
-    matrix = source;
-    return QEL_OKAY;
+    return rc;
 }
 
 double QEL_expectedUtility::GetMinimumUtility() const {

@@ -10,69 +10,18 @@
 #include "orvil/errors.h"
 #include "orvil/network.h"
 
+// The constructor shapes the matrix exactly as a change of structure does.
 QEL_listOfDecisions::QEL_listOfDecisions(QEL_network* net, int nodeHandle)
-    : QEL_nodeValue(net, nodeHandle), evidence(0) {
-    const int options = OwnOutcomeCount();
-    if (options > 0 && matrix.AddDimension(options) == QEL_OKAY) matrix.FillWith(0.0);
-    CheckReadiness(0);
+    : QEL_outcomeValue(net, nodeHandle) {
+    ReCreateFromNetworkStructure();
 }
 
 QEL_listOfDecisions::~QEL_listOfDecisions() = default;
 
-int QEL_listOfDecisions::CleanUp(int deep) {
-    if (deep != 0) matrix.CleanUp();
-    evidence = 0;
-    return QEL_nodeValue::CleanUp(deep);
-}
-
-int QEL_listOfDecisions::CheckReadiness(int) {
-    if (matrix.GetNumberOfDimensions() < 1) {
-        SetObjectNotReady();
-        return QEL_OBJECT_NOT_READY;
-    }
-    SetObjectReady();
-    return QEL_OKAY;
-}
-
-int QEL_listOfDecisions::Clone(QEL_nodeValue& other) {
-    if (!other.IsReady()) return QEL_OBJECT_NOT_READY;
-    if (&other == this) return QEL_OKAY;
-    CleanUp(1);
-    QEL_nodeValue::Clone(other);
-    // Decisions hold no likelihood vectors.
-    flags &= ~QEL_VALUE_VIRTUAL_EVIDENCE;
-    const bool sameType = other.GetType() == GetType();
-    QEL_Dmatrix* source = nullptr;
-    if (sameType && other.GetValue(&source) == QEL_OKAY) {
-        matrix = *source;
-    } else {
-        ReCreateFromNetworkStructure();
-    }
-    const int option = other.GetEvidence();
-    if (option >= 0) {
-        if (!sameType || other.IsRealEvidence()) {
-            SetEvidence(option);
-        } else {
-            StoreEvidence(option);
-        }
-    }
-    CheckReadiness(0);
-    return QEL_OKAY;
-}
-
 int QEL_listOfDecisions::ReCreateFromNetworkStructure() {
-    CleanUp(1);
-    const int options = OwnOutcomeCount();
-    if (options <= 0) return QEL_OUT_OF_RANGE;
-    int rc = matrix.AddDimension(options);
-    if (rc != QEL_OKAY) return rc;
-    matrix.FillWith(0.0);
+    const int rc = ResetMatrix(OwnOutcomeCount());
     CheckReadiness(0);
-    return QEL_OKAY;
-}
-
-int QEL_listOfDecisions::GetEvidence() const {
-    return HasEvidence() ? evidence : QEL_OUT_OF_RANGE;
+    return rc;
 }
 
 int QEL_listOfDecisions::StoreEvidence(int option) {
@@ -122,14 +71,4 @@ int QEL_listOfDecisions::SetPropagatedEvidence(int option) {
     flags |= QEL_VALUE_PROPAGATED_EVIDENCE;
     if (network == nullptr) return QEL_OKAY;
     return network->RelevanceEvidencePropagated(handle);
-}
-
-int QEL_listOfDecisions::GetValue(QEL_Dmatrix** out) {
-    *out = &matrix;
-    return QEL_OKAY;
-}
-
-int QEL_listOfDecisions::SetValue(QEL_Dmatrix& source) {
-    matrix = source;
-    return QEL_OKAY;
 }
