@@ -8,6 +8,8 @@
 #ifndef ORVIL_OBJECT_H
 #define ORVIL_OBJECT_H
 
+#include <initializer_list>
+
 class QEL_object {
 public:
     // Bit 1 of `flags`: the object is ready for use.
@@ -44,6 +46,13 @@ protected:
     void SetObjectNotReady() { flags &= ~readyFlag; }
     void SetObjectConsistent() { flags |= consistentFlag; }
     void SetObjectNotConsistent() { flags &= ~consistentFlag; }
+
+    // For objects made of parts: with `deep`, each part that is there first
+    // runs its own deep pass; then the bit is set when every part is there
+    // and has it, and cleared otherwise. Return 0, or QEL_OBJECT_NOT_READY
+    // (-567) and QEL_OBJECT_NOT_CONSISTENT (-568) respectively.
+    int CheckPartsReadiness(std::initializer_list<QEL_object*> parts, int deep);
+    int CheckPartsConsistency(std::initializer_list<QEL_object*> parts, int deep);
 };
 
 #endif

@@ -166,36 +166,14 @@ int QEL_node::InheritAspect() {
     return info->Screen().FillDefaultValues(network->Submodels().Root().info);
 }
 
+// Cost record and extra definition are optional: readiness and consistency
+// ask only for the three parts every usable node has.
 int QEL_node::CheckReadiness(int deep) {
-    if (deep) {
-        if (info != nullptr) info->CheckReadiness(1);
-        if (definition != nullptr) definition->CheckReadiness(1);
-        if (value != nullptr) value->CheckReadiness(1);
-    }
-    const bool ready = info != nullptr && definition != nullptr && value != nullptr && info->IsReady() &&
-                       definition->IsReady() && value->IsReady();
-    if (!ready) {
-        SetObjectNotReady();
-        return QEL_OBJECT_NOT_READY;
-    }
-    SetObjectReady();
-    return 0;
+    return CheckPartsReadiness({info, definition, value}, deep);
 }
 
 int QEL_node::CheckConsistency(int deep) {
-    if (deep) {
-        if (info != nullptr) info->CheckConsistency(1);
-        if (definition != nullptr) definition->CheckConsistency(1);
-        if (value != nullptr) value->CheckConsistency(1);
-    }
-    const bool consistent = info != nullptr && definition != nullptr && value != nullptr &&
-                            info->IsConsistent() && definition->IsConsistent() && value->IsConsistent();
-    if (!consistent) {
-        SetObjectNotConsistent();
-        return QEL_OBJECT_NOT_CONSISTENT;
-    }
-    SetObjectConsistent();
-    return 0;
+    return CheckPartsConsistency({info, definition, value}, deep);
 }
 
 int QEL_node::CleanUp(int deep) {

@@ -25,35 +25,9 @@ int QEL_nodeInfo::operator=(const QEL_nodeInfo& other) {
 }
 
 int QEL_nodeInfo::CheckReadiness(int deep) {
-    if (deep != 0) {
-        header.CheckReadiness(deep);
-        screen.CheckReadiness(deep);
-        userProperties.CheckReadiness(deep);
-        documentation.CheckReadiness(deep);
-    }
-    bool ready = header.IsReady() && screen.IsReady() && userProperties.IsReady() &&
-                 documentation.IsReady();
-    if (!ready) {
-        SetObjectNotReady();
-        return QEL_OBJECT_NOT_READY;
-    }
-    SetObjectReady();
-    return 0;
+    return CheckPartsReadiness({&header, &screen, &userProperties, &documentation}, deep);
 }
 
 int QEL_nodeInfo::CheckConsistency(int deep) {
-    if (deep != 0) {
-        header.CheckConsistency(deep);
-        screen.CheckConsistency(deep);
-        userProperties.CheckConsistency(deep);
-        documentation.CheckConsistency(deep);
-    }
-    bool consistent = header.IsConsistent() && screen.IsConsistent() &&
-                      userProperties.IsConsistent() && documentation.IsConsistent();
-    if (!consistent) {
-        SetObjectNotConsistent();
-        return QEL_OBJECT_NOT_CONSISTENT;
-    }
-    SetObjectConsistent();
-    return 0;
+    return CheckPartsConsistency({&header, &screen, &userProperties, &documentation}, deep);
 }
