@@ -94,26 +94,17 @@ void QEL_network::RemoveArcsOf(int handle) {
     // refused (the lists would have to be broken), the entry is dropped
     // anyway so that the loop ends.
     QEL_nodeEntry& entry = nodes[handle];
-    while (entry.children.NumItems() > 0) {
-        if (RemoveArc(handle, entry.children.Subscript(0), qel_normalArc) != 0) {
-            entry.children.Delete(0);
+    auto removeAll = [&](QEL_intArray& list, bool outgoing, qel_arcType type) {
+        while (list.NumItems() > 0) {
+            const int other = list.Subscript(0);
+            const int rc = outgoing ? RemoveArc(handle, other, type) : RemoveArc(other, handle, type);
+            if (rc != 0) list.Delete(0);
         }
-    }
-    while (entry.parents.NumItems() > 0) {
-        if (RemoveArc(entry.parents.Subscript(0), handle, qel_normalArc) != 0) {
-            entry.parents.Delete(0);
-        }
-    }
-    while (entry.costChildren.NumItems() > 0) {
-        if (RemoveArc(handle, entry.costChildren.Subscript(0), qel_costObserve) != 0) {
-            entry.costChildren.Delete(0);
-        }
-    }
-    while (entry.costParents.NumItems() > 0) {
-        if (RemoveArc(entry.costParents.Subscript(0), handle, qel_costObserve) != 0) {
-            entry.costParents.Delete(0);
-        }
-    }
+    };
+    removeAll(entry.children, true, qel_normalArc);
+    removeAll(entry.parents, false, qel_normalArc);
+    removeAll(entry.costChildren, true, qel_costObserve);
+    removeAll(entry.costParents, false, qel_costObserve);
 }
 
 int QEL_network::DeleteAllNodes() {
