@@ -5,6 +5,8 @@
 // combination was never reached; rescaling leaves those cells as they are.
 #include "orvil/expectedutility.h"
 
+#include <algorithm>
+
 #include "orvil/errors.h"
 #include "orvil/textutil.h"
 
@@ -23,23 +25,13 @@ int QEL_expectedUtility::ReCreateFromNetworkStructure() {
 }
 
 double QEL_expectedUtility::GetMinimumUtility() const {
-    const int n = matrix.GetSize();
-    if (n == 0) return 0.0;
-    double least = matrix[0];
-    for (int i = 1; i < n; i++) {
-        if (matrix[i] < least) least = matrix[i];
-    }
-    return least;
+    const double* cells = matrix.GetItems().Items();
+    return matrix.GetSize() == 0 ? 0.0 : *std::min_element(cells, cells + matrix.GetSize());
 }
 
 double QEL_expectedUtility::GetMaximumUtility() const {
-    const int n = matrix.GetSize();
-    if (n == 0) return 0.0;
-    double most = matrix[0];
-    for (int i = 1; i < n; i++) {
-        if (matrix[i] > most) most = matrix[i];
-    }
-    return most;
+    const double* cells = matrix.GetItems().Items();
+    return matrix.GetSize() == 0 ? 0.0 : *std::max_element(cells, cells + matrix.GetSize());
 }
 
 int QEL_expectedUtility::NormalizeExpectedUtilities(double lo, double hi, double newLo,
