@@ -36,15 +36,8 @@ QEL_node::QEL_node(int type, int handle, QEL_network* net)
     CheckReadiness(0);
 }
 
-QEL_node::QEL_node(QEL_node& other)
-    : info(nullptr),
-      definition(nullptr),
-      value(nullptr),
-      cost(nullptr),
-      extraDefinition(nullptr),
-      network(nullptr),
-      handle(-1),
-      submodel(QEL_ROOT_SUBMODEL) {
+// Copies start as the empty node of no network, whose parts are all null.
+QEL_node::QEL_node(QEL_node& other) : QEL_node(qel_noDefinitionType, -1, nullptr) {
     if (!other.IsReady()) return;
     network = other.network;
     handle = other.handle;
@@ -57,17 +50,7 @@ QEL_node::QEL_node(QEL_node& other)
     CheckReadiness(0);
 }
 
-QEL_node::QEL_node(QEL_node& other, bool)
-    : info(nullptr),
-      definition(nullptr),
-      value(nullptr),
-      cost(nullptr),
-      extraDefinition(nullptr),
-      network(nullptr),
-      handle(-1),
-      submodel(QEL_ROOT_SUBMODEL) {
-    FastCopy(other);
-}
+QEL_node::QEL_node(QEL_node& other, bool) : QEL_node(qel_noDefinitionType, -1, nullptr) { FastCopy(other); }
 
 QEL_node::~QEL_node() { DestroyParts(); }
 
