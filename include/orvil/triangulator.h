@@ -28,6 +28,7 @@
 #define ORVIL_TRIANGULATOR_H
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "orvil/fastarray.h"
@@ -116,40 +117,44 @@ private:
     struct NodeRecord {
         uint16_t* adjacency;
         uint16_t* neighbours;
-        uint64_t weightedFill;     // weighted count of unlinked neighbour pairs
-        uint64_t neighbourWeight;  // sum of the neighbours' weights
         uint32_t cliqueSize;       // 0: unknown or over the cap
         int32_t neighbourCount;
         int32_t fillCount;         // unlinked neighbour pairs; 0: simplicial
         uint32_t stateCount;
-        uint32_t weight;           // state count, at most 65535
         bool removed;
+        // Kept only while `weighing`: the sum over unlinked neighbour pairs
+        // of the product of their weights, and the neighbours' weights.
+        uint32_t weight;           // state count, at most 65535
+        uint64_t weightedFill;
+        uint64_t neighbourWeight;
     };
 
-    // One clique an elimination would make: its maker, its size and a run of
-    // `members`, the maker's neighbours in the order they join the clique.
+    // One clique an elimination would make: its maker, its size, and its
+    // other members in reverse order of joining, each marked with
+    // `separatorBit` when it stays in the graph. The members are the maker's
+    // neighbour list as it was at its elimination (a removed node's list is
+    // left alone), until Keep copies them out before the next run.
     struct CliqueStep {
         int eliminated;
         uint32_t size;
-        int firstMember;
         int memberCount;
+        const uint16_t* members;
     };
-    struct Member {
-        uint16_t node;
-        bool inSeparator;
-    };
+    static constexpr uint16_t separatorBit = 0x8000;
     // What one run would build, and the sum of its clique sizes.
     struct Elimination {
         std::vector<CliqueStep> steps;
-        std::vector<Member> members;
+        std::unique_ptr<uint16_t[]> kept;  // sized for any run of the piece
+        size_t keptRoom = 0;
         uint64_t total = 0;
         void Clear();
     };
 
     bool Prepare(unsigned limit);
-    void ResetGraph();
+    void ResetGraph(bool weigh);
     void Moralize();
     void Link(int a, int b);
+    void Weigh(int a, int b);
     uint32_t CalcCliqueSize(int node);
     void RemoveNode(int node);
     void AddFillIns(int node);
@@ -157,6 +162,7 @@ private:
     bool RemoveSimplicials(uint64_t bound, Elimination& into);
     int Choose(Heuristic heuristic);
     bool Eliminate(Heuristic heuristic, uint64_t bound, Elimination& into);
+    void Keep(Elimination& run);
     bool Finish();
     void BuildCliques();
     void ConnectCliques();
@@ -168,6 +174,7 @@ private:
     uint64_t sizeLimit;
     int nodeCount;
     int removedCount;
+    bool weighing;  // weighted pair sums are kept up to date
     Heuristic chosen;
     std::vector<NodeRecord> records;
     std::vector<uint16_t> adjacencyTable;

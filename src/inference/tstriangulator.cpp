@@ -1,14 +1,17 @@
 // Triangulation of one piece: which elimination orders are run, how one run
 // chooses its nodes, and what it records of the cliques it would make.
 //
-// A run works on the graph of tstriangulator_graph.cpp and writes its cliques
-// into an Elimination record (maker, size, and the neighbours that join,
-// marked as separator or done with) instead of making them, so that trial
-// runs cost only graph work and the pool of cliques is drawn from once, for
-// the order that wins (tstriangulator_tree.cpp). Every run of one
-// triangulation starts from the same moral graph.
+// A run works on the graph of tstriangulator_graph.cpp and makes no clique.
+// It records each clique as its maker, its size and the maker's neighbour
+// list, which stays in the graph tables after the maker's removal, with the
+// members that stay in the graph marked. When no trial follows, the cliques
+// are made straight from those lists, so small pieces pay no copy; an order
+// that has to outlive the next run is copied out first (Keep). The pool of
+// cliques is drawn from once, for the order that wins
+// (tstriangulator_tree.cpp). Every run starts from the same moral graph.
 #include "orvil/triangulator.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -18,7 +21,6 @@ TsTriangulatorStatsCallback TsTriangulatorStatsFunc = nullptr;
 
 void TsTriangulator::Elimination::Clear() {
     steps.clear();
-    members.clear();
     total = 0;
 }
 
@@ -30,6 +32,7 @@ TsTriangulator::TsTriangulator(TsAdapter& adapter, TsClique::Pool& pool,
       sizeLimit(0),
       nodeCount(adapter.GetNodeCount()),
       removedCount(0),
+      weighing(false),
       chosen(minSize) {}
 
 TsTriangulator::~TsTriangulator() = default;
@@ -38,12 +41,14 @@ bool TsTriangulator::Triangulate(unsigned limit) {
     if (!Prepare(limit)) return false;
     bool found = Eliminate(minSize, sizeLimit, best);
     if (found && best.total <= trialThreshold) return Finish();
+    if (found) Keep(best);
+    trial.steps.reserve(size_t(nodeCount));
     for (Heuristic heuristic : {minFill, weightedMinFill}) {
         // Only a strictly smaller total replaces the best order, so a trial
         // can stop as soon as it reaches the best total.
         const uint64_t bound = found ? best.total - 1 : sizeLimit;
-        ResetGraph();
         if (!Eliminate(heuristic, bound, trial)) continue;
+        Keep(trial);
         std::swap(best, trial);
         chosen = heuristic;
         found = true;
@@ -71,12 +76,13 @@ bool TsTriangulator::Prepare(unsigned limit) {
         records[i].adjacency = adjacencyTable.data() + size_t(i) * n;
         records[i].neighbours = neighbourTable.data() + size_t(i) * (n - 1);
     }
-    ResetGraph();
+    best.steps.reserve(n);
     return true;
 }
 
 bool TsTriangulator::Eliminate(Heuristic heuristic, uint64_t bound, Elimination& into) {
     into.Clear();
+    ResetGraph(heuristic == weightedMinFill);
     for (;;) {
         if (!RemoveSimplicials(bound, into)) return false;
         if (removedCount == nodeCount) return true;
@@ -109,15 +115,19 @@ int TsTriangulator::Choose(Heuristic heuristic) {
     for (int v = 0; v < nodeCount; ++v) {
         const NodeRecord& r = records[v];
         if (r.removed) continue;
-        // The classic rule keeps its old behaviour and fails on such a node;
-        // the trials look for an order that avoids it.
+        // The classic rule may choose a node whose clique would pass the
+        // 30-node limit, and then fails; the trials pass over such nodes,
+        // looking for an order that avoids them.
         if (heuristic != minSize && r.neighbourCount >= TsMatrix::maxDims) continue;
-        const uint32_t size = CalcCliqueSize(v);
-        if (size == 0) continue;
         uint64_t key = 0;
         if (heuristic == minFill) key = uint64_t(r.fillCount);
         if (heuristic == weightedMinFill) key = r.weightedFill;
-        if (best < 0 || key < bestKey || (key == bestKey && size < bestSize)) {
+        // The size is needed only to settle a tie or to rule out a node over
+        // the cap that would otherwise win.
+        if (best >= 0 && key > bestKey) continue;
+        const uint32_t size = CalcCliqueSize(v);
+        if (size == 0) continue;
+        if (best < 0 || key < bestKey || size < bestSize) {
             best = v;
             bestKey = key;
             bestSize = size;
@@ -127,29 +137,41 @@ int TsTriangulator::Choose(Heuristic heuristic) {
 }
 
 bool TsTriangulator::RecordClique(int node, uint32_t size, Elimination& into) {
-    CliqueStep step{node, size, int(into.members.size()), 0};
-    const NodeRecord& r = records[node];
+    NodeRecord& r = records[node];
     const int degree = r.neighbourCount;
     RemoveNode(node);
-    // The node's own list stays readable after its removal.
+    // The node's own list stays readable after its removal, and no one else
+    // reads it: it becomes the clique's member list.
     int left = degree - 1;
-    bool fits = true;
     for (int i = degree - 1; i >= 0; --i) {
-        if (step.memberCount + 1 >= TsMatrix::maxDims) {
-            fits = false;
-            break;
-        }
+        if (degree - i >= TsMatrix::maxDims) return false;
         const int nb = r.neighbours[i];
-        // No neighbour outside this clique: it is done with too.
-        const bool done = records[nb].neighbourCount == left;
-        if (done) {
+        if (records[nb].neighbourCount == left) {
+            // No neighbour outside this clique: it is done with too.
             RemoveNode(nb);
             --left;
+        } else {
+            r.neighbours[i] = uint16_t(nb | separatorBit);
         }
-        into.members.push_back(Member{uint16_t(nb), !done});
-        ++step.memberCount;
     }
-    into.steps.push_back(step);
+    into.steps.push_back(CliqueStep{node, size, degree, r.neighbours});
     into.total += size;
-    return fits;
+    return true;
+}
+
+void TsTriangulator::Keep(Elimination& run) {
+    // A clique per node at most, each with at most 29 members besides its
+    // maker (a run that needs more fails).
+    const int perClique = nodeCount > TsMatrix::maxDims ? TsMatrix::maxDims - 1 : nodeCount - 1;
+    const size_t room = size_t(nodeCount) * size_t(perClique > 0 ? perClique : 0);
+    if (run.keptRoom < room) {
+        run.kept.reset(new uint16_t[room]);
+        run.keptRoom = room;
+    }
+    uint16_t* out = run.kept.get();
+    for (CliqueStep& step : run.steps) {
+        std::copy(step.members, step.members + step.memberCount, out);
+        step.members = out;
+        out += step.memberCount;
+    }
 }

@@ -33,7 +33,7 @@ uint32_t PairWeight(uint32_t stateCount) { return std::min(stateCount, 0xffffu);
 
 }  // namespace
 
-void TsTriangulator::ResetGraph() {
+void TsTriangulator::ResetGraph(bool weigh) {
     for (NodeRecord& r : records) {
         // Only edges still present need clearing: a removed node cleared its
         // own as it went and has no neighbours left.
@@ -45,6 +45,7 @@ void TsTriangulator::ResetGraph() {
         r.neighbours = neighbours;
     }
     removedCount = 0;
+    weighing = weigh;
     Moralize();
 }
 
@@ -84,29 +85,40 @@ void TsTriangulator::Link(int a, int b) {
     NodeRecord& rb = records[b];
     // A common neighbour of a and b has one unlinked pair fewer; a gains b
     // paired with each old neighbour, unlinked unless common, and b likewise.
-    const uint64_t pairWeight = uint64_t(ra.weight) * rb.weight;
     int common = 0;
-    uint64_t commonWeight = 0;
     for (int i = 0; i < ra.neighbourCount; ++i) {
-        NodeRecord& rw = records[ra.neighbours[i]];
-        if (rb.adjacency[ra.neighbours[i]] == 0) continue;
+        const int w = ra.neighbours[i];
+        if (rb.adjacency[w] == 0) continue;
         ++common;
-        commonWeight += rw.weight;
-        --rw.fillCount;
-        rw.weightedFill -= pairWeight;
+        --records[w].fillCount;
     }
     ra.fillCount += ra.neighbourCount - common;
-    ra.weightedFill += rb.weight * (ra.neighbourWeight - commonWeight);
     rb.fillCount += rb.neighbourCount - common;
-    rb.weightedFill += ra.weight * (rb.neighbourWeight - commonWeight);
-    ra.neighbourWeight += rb.weight;
-    rb.neighbourWeight += ra.weight;
+    if (weighing) Weigh(a, b);
     ra.neighbours[ra.neighbourCount++] = uint16_t(b);
     ra.adjacency[b] = uint16_t(ra.neighbourCount);
     rb.neighbours[rb.neighbourCount++] = uint16_t(a);
     rb.adjacency[a] = uint16_t(rb.neighbourCount);
     ra.cliqueSize = GrowSize(ra.cliqueSize, rb.stateCount);
     rb.cliqueSize = GrowSize(rb.cliqueSize, ra.stateCount);
+}
+
+// The weighted pair sums of Link, for the edge a-b about to be made.
+void TsTriangulator::Weigh(int a, int b) {
+    NodeRecord& ra = records[a];
+    NodeRecord& rb = records[b];
+    const uint64_t pairWeight = uint64_t(ra.weight) * rb.weight;
+    uint64_t commonWeight = 0;
+    for (int i = 0; i < ra.neighbourCount; ++i) {
+        const int w = ra.neighbours[i];
+        if (rb.adjacency[w] == 0) continue;
+        commonWeight += records[w].weight;
+        records[w].weightedFill -= pairWeight;
+    }
+    ra.weightedFill += rb.weight * (ra.neighbourWeight - commonWeight);
+    rb.weightedFill += ra.weight * (rb.neighbourWeight - commonWeight);
+    ra.neighbourWeight += rb.weight;
+    rb.neighbourWeight += ra.weight;
 }
 
 uint32_t TsTriangulator::CalcCliqueSize(int node) {
@@ -131,8 +143,10 @@ void TsTriangulator::RemoveNode(int node) {
         const int nb = r.neighbours[i];
         NodeRecord& rn = records[nb];
         rn.fillCount -= rn.neighbourCount - r.neighbourCount;
-        rn.weightedFill -= r.weight * (rn.neighbourWeight + rn.weight - closedWeight);
-        rn.neighbourWeight -= r.weight;
+        if (weighing) {
+            rn.weightedFill -= r.weight * (rn.neighbourWeight + rn.weight - closedWeight);
+            rn.neighbourWeight -= r.weight;
+        }
         // Fill the gap in the neighbour's list with its last entry.
         const int gap = rn.adjacency[node] - 1;
         const int last = rn.neighbours[rn.neighbourCount - 1];

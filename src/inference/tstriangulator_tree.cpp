@@ -21,10 +21,10 @@ bool TsTriangulator::Finish() {
 void TsTriangulator::BuildCliques() {
     for (const CliqueStep& step : best.steps) {
         TsClique* clique = pool.Create(step.size, step.eliminated);
-        const Member* member = best.members.data() + step.firstMember;
-        for (const Member* end = member + step.memberCount; member != end; ++member) {
-            clique->AddNode(member->node);
-            if (member->inSeparator) clique->AddSeparatorNode(member->node);
+        for (int i = step.memberCount - 1; i >= 0; --i) {
+            const int node = step.members[i] & ~separatorBit;
+            clique->AddNode(node);
+            if ((step.members[i] & separatorBit) != 0) clique->AddSeparatorNode(node);
         }
         cliques.Add(clique);
         order.Add(step.eliminated);
@@ -37,17 +37,26 @@ void TsTriangulator::ConnectCliques() {
     // For each node, the cliques that hold it, in creation order: a clique's
     // parent is the first later clique holding its whole separator, and that
     // clique holds the separator's first node in particular.
-    std::vector<int> start(size_t(nodeCount) + 1, 0);
+    // One block: where each node's run of holders starts (n + 1), the next
+    // free place of each run (n), then the runs.
+    const size_t n = size_t(nodeCount);
+    size_t memberships = 0;
+    for (int c = 0; c < count; ++c) memberships += size_t(cliques[c]->nodes.count);
+    std::vector<int> block(2 * n + 1 + memberships, 0);
+    int* const start = block.data();
+    int* const fill = start + n + 1;
+    int* const holders = fill + n;
     for (int c = 0; c < count; ++c) {
         const TsClique& clique = *cliques[c];
         for (int i = 0; i < clique.nodes.count; ++i) ++start[size_t(clique.nodes[i]) + 1];
     }
-    for (int v = 0; v < nodeCount; ++v) start[size_t(v) + 1] += start[size_t(v)];
-    std::vector<int> holders(static_cast<size_t>(start.back()));
-    std::vector<int> fill(start.begin(), start.end() - 1);
+    for (size_t v = 0; v < n; ++v) {
+        start[v + 1] += start[v];
+        fill[v] = start[v];
+    }
     for (int c = 0; c < count; ++c) {
         const TsClique& clique = *cliques[c];
-        for (int i = 0; i < clique.nodes.count; ++i) holders[size_t(fill[size_t(clique.nodes[i])]++)] = c;
+        for (int i = 0; i < clique.nodes.count; ++i) holders[fill[size_t(clique.nodes[i])]++] = c;
     }
     for (int c = 0; c + 1 < count; ++c) {
         TsClique* clique = cliques[c];
@@ -57,8 +66,8 @@ void TsTriangulator::ConnectCliques() {
             parent = cliques[c + 1];
         } else {
             const int first = clique->separator[0];
-            const int* begin = holders.data() + start[size_t(first)];
-            const int* end = holders.data() + start[size_t(first) + 1];
+            const int* begin = holders + start[size_t(first)];
+            const int* end = holders + start[size_t(first) + 1];
             for (const int* h = std::upper_bound(begin, end, c); h != end; ++h) {
                 if (cliques[*h]->CheckSubset(*clique)) {
                     parent = cliques[*h];
