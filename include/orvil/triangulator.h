@@ -15,10 +15,10 @@
 // a heuristic. The classic choice is the node whose clique would be smallest;
 // it is quick and good on most networks, but on some large ones it makes
 // cliques several times bigger than needed. So when its cliques hold more
-// than `trialThreshold` cells in all, or it does not fit the limits, the
-// elimination is run again with two fill-in heuristics, and the order with the
-// smallest total wins. Trial runs only score their order: they record what
-// each clique would hold, and cliques are made once, from the winning order.
+// cells in all than TrialThreshold allows, or it does not fit the limits,
+// the elimination is run again with two fill-in heuristics, and the order
+// with the smallest total wins. Trial runs only score their order: cliques
+// are made once, from the winning order.
 // The running total is checked as it grows, so a hopeless run stops early,
 // and a trial stops as soon as it cannot beat the best total so far.
 //
@@ -81,9 +81,15 @@ public:
     static constexpr uint32_t defaultSizeLimit = 0x10000000u;
     // The 16-bit graph tables bound a piece to this many nodes.
     static constexpr int maxNodes = 32767;
-    // Totals up to this many cells are kept from the classic run without
-    // trying other orders: small pieces pay nothing for the trials.
+    // Totals up to TrialThreshold(n) cells are kept from the classic run
+    // without trying other orders: the larger of `trialThreshold` and
+    // `trialCellsPerNodeSquared` * n * n for a piece of n nodes. Small pieces
+    // pay nothing for the trials, and since the two trials together cost at
+    // most about what propagating n * n cells does, a larger piece tries
+    // them only when they can pay for themselves.
     static constexpr uint64_t trialThreshold = 1u << 16;
+    static constexpr uint64_t trialCellsPerNodeSquared = 4;
+    static uint64_t TrialThreshold(int nodeCount);
 
     // Cliques are taken from `pool` and appended to `cliques` in creation
     // order.
@@ -94,7 +100,7 @@ public:
 
     // Triangulates within `sizeLimit` cells in total (0: the default
     // budget). The classic minSize run comes first; its order is kept when
-    // it fits and its total is at most `trialThreshold`. Otherwise minFill
+    // it fits and its total is at most TrialThreshold. Otherwise minFill
     // and then weightedMinFill are tried as well, and the order with the
     // smallest total that fits wins, the earlier rule on a tie. An order fits
     // when its total is within the budget, no clique passes the clique size
@@ -107,8 +113,8 @@ public:
     // As Triangulate, with `heuristic` as the only rule tried.
     bool TriangulateWith(Heuristic heuristic, unsigned sizeLimit);
 
-    // The nodes in the order they were eliminated as clique makers, in the
-    // order the cliques were made from; empty after a failure.
+    // The clique makers of the winning order, in the order they were
+    // eliminated (one per clique, in creation order); empty after a failure.
     const fastarray<int, 8, int>& GetEliminationOrder() const { return order; }
     // The rule whose order the cliques were made from.
     Heuristic GetHeuristic() const { return chosen; }

@@ -40,7 +40,7 @@ TsTriangulator::~TsTriangulator() = default;
 bool TsTriangulator::Triangulate(unsigned limit) {
     if (!Prepare(limit)) return false;
     bool found = Eliminate(minSize, sizeLimit, best);
-    if (found && best.total <= trialThreshold) return Finish();
+    if (found && best.total <= TrialThreshold(nodeCount)) return Finish();
     if (found) Keep(best);
     trial.steps.reserve(size_t(nodeCount));
     for (Heuristic heuristic : {minFill, weightedMinFill}) {
@@ -54,6 +54,11 @@ bool TsTriangulator::Triangulate(unsigned limit) {
         found = true;
     }
     return found && Finish();
+}
+
+uint64_t TsTriangulator::TrialThreshold(int nodes) {
+    const uint64_t square = uint64_t(nodes) * uint64_t(nodes);
+    return std::max(trialThreshold, trialCellsPerNodeSquared * square);
 }
 
 bool TsTriangulator::TriangulateWith(Heuristic heuristic, unsigned limit) {

@@ -428,7 +428,7 @@ TEST(TriangulatorTest, HeuristicsMatchTheOracleAndTheSmallestTotalWins) {
         }
 
         int winner = -1;
-        if (fits(0) && refs[0].total <= TsTriangulator::trialThreshold) {
+        if (fits(0) && refs[0].total <= TsTriangulator::TrialThreshold(n)) {
             winner = 0;
         } else {
             for (int h = 0; h < 3; ++h) {
