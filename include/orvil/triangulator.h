@@ -127,7 +127,6 @@ private:
         int32_t neighbourCount;
         int32_t fillCount;         // unlinked neighbour pairs; 0: simplicial
         uint32_t stateCount;
-        bool removed;
         // Kept only while `weighing`: the sum over unlinked neighbour pairs
         // of the product of their weights, and the neighbours' weights.
         uint32_t weight;           // state count, at most 65535
@@ -161,6 +160,9 @@ private:
     void Moralize();
     void Link(int a, int b);
     void Weigh(int a, int b);
+    void SetSimplicial(int node, bool simplicial);
+    // The first node from `from` on whose bit is set in `set`, or -1.
+    static int NextMember(const std::vector<uint64_t>& set, int from);
     uint32_t CalcCliqueSize(int node);
     void RemoveNode(int node);
     void AddFillIns(int node);
@@ -185,6 +187,8 @@ private:
     std::vector<NodeRecord> records;
     std::vector<uint16_t> adjacencyTable;
     std::vector<uint16_t> neighbourTable;
+    std::vector<uint64_t> presentSet;     // bit per node: not removed
+    std::vector<uint64_t> simplicialSet;  // bit per node: present and simplicial
     Elimination best;
     Elimination trial;
     fastarray<int, 8, int> order;

@@ -102,9 +102,7 @@ bool TsTriangulator::Eliminate(Heuristic heuristic, uint64_t bound, Elimination&
 bool TsTriangulator::RemoveSimplicials(uint64_t bound, Elimination& into) {
     for (;;) {
         bool added = false;
-        for (int v = 0; v < nodeCount; ++v) {
-            const NodeRecord& r = records[v];
-            if (r.removed || r.fillCount != 0) continue;
+        for (int v = NextMember(simplicialSet, 0); v >= 0; v = NextMember(simplicialSet, v + 1)) {
             const uint32_t size = CalcCliqueSize(v);
             if (size == 0 || !RecordClique(v, size, into) || into.total > bound) return false;
             added = true;
@@ -117,9 +115,8 @@ int TsTriangulator::Choose(Heuristic heuristic) {
     int best = -1;
     uint64_t bestKey = 0;
     uint32_t bestSize = 0;
-    for (int v = 0; v < nodeCount; ++v) {
+    for (int v = NextMember(presentSet, 0); v >= 0; v = NextMember(presentSet, v + 1)) {
         const NodeRecord& r = records[v];
-        if (r.removed) continue;
         // The classic rule may choose a node whose clique would pass the
         // 30-node limit, and then fails; the trials pass over such nodes,
         // looking for an order that avoids them.
