@@ -127,11 +127,14 @@ private:
         int32_t neighbourCount;
         int32_t fillCount;         // unlinked neighbour pairs; 0: simplicial
         uint32_t stateCount;
-        // Kept only while `weighing`: the sum over unlinked neighbour pairs
-        // of the product of their weights, and the neighbours' weights.
-        uint32_t weight;           // state count, at most 65535
+    };
+    // Beside each node record, for the weighted run only: the sum over
+    // unlinked neighbour pairs of the product of their weights, and the sum
+    // of the neighbours' weights.
+    struct WeightRecord {
         uint64_t weightedFill;
         uint64_t neighbourWeight;
+        uint64_t weight;  // state count, at most 65535
     };
 
     // One clique an elimination would make: its maker, its size, and its
@@ -148,11 +151,13 @@ private:
     static constexpr uint16_t separatorBit = 0x8000;
     // What one run would build, and the sum of its clique sizes.
     struct Elimination {
-        std::vector<CliqueStep> steps;
+        fastarray<CliqueStep, 8, int> steps;
         std::unique_ptr<uint16_t[]> kept;  // sized for any run of the piece
         size_t keptRoom = 0;
         uint64_t total = 0;
         void Clear();
+        // Room for `cliques` steps, so that no step allocates.
+        void Reserve(int cliques);
     };
 
     bool Prepare(unsigned limit);
@@ -160,10 +165,25 @@ private:
     void Moralize();
     void Link(int a, int b);
     void Weigh(int a, int b);
-    void SetSimplicial(int node, bool simplicial);
-    // The first node from `from` on whose bit is set in `set`, or -1.
-    static int NextMember(const std::vector<uint64_t>& set, int from);
+    void Unweigh(int node, int neighbour);
+    // The node's clique size, 0 when over the cap: the stored size when
+    // known, else computed (and stored when within the cap).
+    uint32_t CliqueSize(int node) {
+        const uint32_t known = records[size_t(node)].cliqueSize;
+        return known != 0 ? known : CalcCliqueSize(node);
+    }
     uint32_t CalcCliqueSize(int node);
+    // The first node from `from` on whose bit is set in `set`, or -1.
+    int NextMember(const uint64_t* set, int from) const {
+        int w = from >> 6;
+        if (w >= setWords) return -1;
+        uint64_t bits = set[w] & (~uint64_t(0) << (from & 63));
+        while (bits == 0) {
+            if (++w == setWords) return -1;
+            bits = set[w];
+        }
+        return w * 64 + __builtin_ctzll(bits);
+    }
     void RemoveNode(int node);
     void AddFillIns(int node);
     bool RecordClique(int node, uint32_t size, Elimination& into);
@@ -182,15 +202,22 @@ private:
     uint64_t sizeLimit;
     int nodeCount;
     int removedCount;
-    bool weighing;  // weighted pair sums are kept up to date
+    bool weighing;  // `weights` are kept up to date
     Heuristic chosen;
     std::vector<NodeRecord> records;
+    std::vector<WeightRecord> weights;
     std::vector<uint16_t> adjacencyTable;
     std::vector<uint16_t> neighbourTable;
-    std::vector<uint64_t> presentSet;     // bit per node: not removed
-    std::vector<uint64_t> simplicialSet;  // bit per node: present and simplicial
-    Elimination best;
-    Elimination trial;
+    // Two sets of `setWords` words each in one block, a bit per node.
+    fastarray<uint64_t, 2, int> setBlock;
+    int setWords;
+    uint64_t* presentSet;     // not removed
+    uint64_t* simplicialSet;  // present and simplicial
+    // The best run so far and the one under way, which trade places when
+    // the latter wins.
+    Elimination runs[2];
+    Elimination* best;
+    Elimination* trial;
     fastarray<int, 8, int> order;
 };
 

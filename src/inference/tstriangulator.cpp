@@ -20,8 +20,14 @@
 TsTriangulatorStatsCallback TsTriangulatorStatsFunc = nullptr;
 
 void TsTriangulator::Elimination::Clear() {
-    steps.clear();
+    steps.Clear();
     total = 0;
+}
+
+void TsTriangulator::Elimination::Reserve(int cliques) {
+    // Shrinking keeps the store.
+    steps.SetCount(cliques);
+    steps.Clear();
 }
 
 TsTriangulator::TsTriangulator(TsAdapter& adapter, TsClique::Pool& pool,
@@ -33,22 +39,27 @@ TsTriangulator::TsTriangulator(TsAdapter& adapter, TsClique::Pool& pool,
       nodeCount(adapter.GetNodeCount()),
       removedCount(0),
       weighing(false),
-      chosen(minSize) {}
+      chosen(minSize),
+      setWords(0),
+      presentSet(nullptr),
+      simplicialSet(nullptr),
+      best(&runs[0]),
+      trial(&runs[1]) {}
 
 TsTriangulator::~TsTriangulator() = default;
 
 bool TsTriangulator::Triangulate(unsigned limit) {
     if (!Prepare(limit)) return false;
-    bool found = Eliminate(minSize, sizeLimit, best);
-    if (found && best.total <= TrialThreshold(nodeCount)) return Finish();
-    if (found) Keep(best);
-    trial.steps.reserve(size_t(nodeCount));
+    bool found = Eliminate(minSize, sizeLimit, *best);
+    if (found && best->total <= TrialThreshold(nodeCount)) return Finish();
+    if (found) Keep(*best);
+    trial->Reserve(nodeCount);
     for (Heuristic heuristic : {minFill, weightedMinFill}) {
         // Only a strictly smaller total replaces the best order, so a trial
         // can stop as soon as it reaches the best total.
-        const uint64_t bound = found ? best.total - 1 : sizeLimit;
-        if (!Eliminate(heuristic, bound, trial)) continue;
-        Keep(trial);
+        const uint64_t bound = found ? best->total - 1 : sizeLimit;
+        if (!Eliminate(heuristic, bound, *trial)) continue;
+        Keep(*trial);
         std::swap(best, trial);
         chosen = heuristic;
         found = true;
@@ -64,7 +75,7 @@ uint64_t TsTriangulator::TrialThreshold(int nodes) {
 bool TsTriangulator::TriangulateWith(Heuristic heuristic, unsigned limit) {
     if (!Prepare(limit)) return false;
     chosen = heuristic;
-    return Eliminate(heuristic, sizeLimit, best) && Finish();
+    return Eliminate(heuristic, sizeLimit, *best) && Finish();
 }
 
 bool TsTriangulator::Prepare(unsigned limit) {
@@ -81,7 +92,11 @@ bool TsTriangulator::Prepare(unsigned limit) {
         records[i].adjacency = adjacencyTable.data() + size_t(i) * n;
         records[i].neighbours = neighbourTable.data() + size_t(i) * (n - 1);
     }
-    best.steps.reserve(n);
+    setWords = (nodeCount + 63) / 64;
+    setBlock.SetCount(2 * setWords);
+    presentSet = setBlock.Items();
+    simplicialSet = presentSet + setWords;
+    best->Reserve(nodeCount);
     return true;
 }
 
@@ -95,7 +110,7 @@ bool TsTriangulator::Eliminate(Heuristic heuristic, uint64_t bound, Elimination&
         if (next < 0) return false;
         AddFillIns(next);
         // Fill-ins link the node's neighbours, not the node: its size stands.
-        if (!RecordClique(next, CalcCliqueSize(next), into) || into.total > bound) return false;
+        if (!RecordClique(next, CliqueSize(next), into) || into.total > bound) return false;
     }
 }
 
@@ -103,7 +118,7 @@ bool TsTriangulator::RemoveSimplicials(uint64_t bound, Elimination& into) {
     for (;;) {
         bool added = false;
         for (int v = NextMember(simplicialSet, 0); v >= 0; v = NextMember(simplicialSet, v + 1)) {
-            const uint32_t size = CalcCliqueSize(v);
+            const uint32_t size = CliqueSize(v);
             if (size == 0 || !RecordClique(v, size, into) || into.total > bound) return false;
             added = true;
         }
@@ -123,11 +138,11 @@ int TsTriangulator::Choose(Heuristic heuristic) {
         if (heuristic != minSize && r.neighbourCount >= TsMatrix::maxDims) continue;
         uint64_t key = 0;
         if (heuristic == minFill) key = uint64_t(r.fillCount);
-        if (heuristic == weightedMinFill) key = r.weightedFill;
+        if (heuristic == weightedMinFill) key = weights[size_t(v)].weightedFill;
         // The size is needed only to settle a tie or to rule out a node over
         // the cap that would otherwise win.
         if (best >= 0 && key > bestKey) continue;
-        const uint32_t size = CalcCliqueSize(v);
+        const uint32_t size = CliqueSize(v);
         if (size == 0) continue;
         if (best < 0 || key < bestKey || size < bestSize) {
             best = v;
@@ -156,7 +171,12 @@ bool TsTriangulator::RecordClique(int node, uint32_t size, Elimination& into) {
             r.neighbours[i] = uint16_t(nb | separatorBit);
         }
     }
-    into.steps.push_back(CliqueStep{node, size, degree, r.neighbours});
+    into.steps.SetCount(into.steps.Count() + 1);
+    CliqueStep& step = into.steps.Last();
+    step.eliminated = node;
+    step.size = size;
+    step.memberCount = degree;
+    step.members = r.neighbours;
     into.total += size;
     return true;
 }

@@ -29,6 +29,10 @@ uint32_t GrowSize(uint32_t size, uint32_t factor) {
     return product > TsTriangulator::cliqueSizeCap ? 0u : uint32_t(product);
 }
 
+void AddToSet(uint64_t* set, int node) { set[node >> 6] |= uint64_t(1) << (node & 63); }
+
+void TakeFromSet(uint64_t* set, int node) { set[node >> 6] &= ~(uint64_t(1) << (node & 63)); }
+
 // State counts weigh fill-in pairs; the bound keeps any weighted sum of a
 // 32767-node graph within 64 bits.
 uint32_t PairWeight(uint32_t stateCount) { return std::min(stateCount, 0xffffu); }
@@ -48,30 +52,16 @@ void TsTriangulator::ResetGraph(bool weigh) {
     }
     removedCount = 0;
     weighing = weigh;
+    if (weighing) weights.assign(records.size(), WeightRecord{});
     // Every node starts present and alone, so simplicial; links take that
     // away.
-    presentSet.assign((size_t(nodeCount) + 63) / 64, ~uint64_t(0));
-    if (nodeCount % 64 != 0) presentSet.back() = (uint64_t(1) << (nodeCount % 64)) - 1;
-    simplicialSet = presentSet;
+    std::fill(presentSet, presentSet + setWords, ~uint64_t(0));
+    if (nodeCount % 64 != 0) presentSet[setWords - 1] = (uint64_t(1) << (nodeCount % 64)) - 1;
+    std::copy(presentSet, presentSet + setWords, simplicialSet);
     Moralize();
 }
 
-void TsTriangulator::SetSimplicial(int node, bool simplicial) {
-    const uint64_t bit = uint64_t(1) << (node & 63);
-    uint64_t& word = simplicialSet[size_t(node) >> 6];
-    word = simplicial ? word | bit : word & ~bit;
-}
 
-int TsTriangulator::NextMember(const std::vector<uint64_t>& set, int from) {
-    size_t w = size_t(from) >> 6;
-    if (w >= set.size()) return -1;
-    uint64_t bits = set[w] & (~uint64_t(0) << (from & 63));
-    while (bits == 0) {
-        if (++w == set.size()) return -1;
-        bits = set[w];
-    }
-    return int(w * 64) + __builtin_ctzll(bits);
-}
 
 void TsTriangulator::Moralize() {
     for (int i = 0; i < nodeCount; ++i) {
@@ -81,7 +71,7 @@ void TsTriangulator::Moralize() {
         // measure, though it stays in the graph.
         r.stateCount = adapter.GetEvidence(i) >= 0 ? 1u : uint32_t(states > 0 ? states : 0);
         r.cliqueSize = r.stateCount;
-        r.weight = PairWeight(r.stateCount);
+        if (weighing) weights[size_t(i)].weight = PairWeight(r.stateCount);
     }
     fastarray<int, 24, int> parents;
     for (int i = 0; i < nodeCount; ++i) {
@@ -114,12 +104,12 @@ void TsTriangulator::Link(int a, int b) {
         const int w = ra.neighbours[i];
         if (rb.adjacency[w] == 0) continue;
         ++common;
-        if (--records[w].fillCount == 0) SetSimplicial(w, true);
+        if (--records[w].fillCount == 0) AddToSet(simplicialSet, w);
     }
     ra.fillCount += ra.neighbourCount - common;
     rb.fillCount += rb.neighbourCount - common;
-    if (ra.fillCount != 0) SetSimplicial(a, false);
-    if (rb.fillCount != 0) SetSimplicial(b, false);
+    if (ra.fillCount != 0) TakeFromSet(simplicialSet, a);
+    if (rb.fillCount != 0) TakeFromSet(simplicialSet, b);
     if (weighing) Weigh(a, b);
     ra.neighbours[ra.neighbourCount++] = uint16_t(b);
     ra.adjacency[b] = uint16_t(ra.neighbourCount);
@@ -131,25 +121,26 @@ void TsTriangulator::Link(int a, int b) {
 
 // The weighted pair sums of Link, for the edge a-b about to be made.
 void TsTriangulator::Weigh(int a, int b) {
-    NodeRecord& ra = records[a];
-    NodeRecord& rb = records[b];
-    const uint64_t pairWeight = uint64_t(ra.weight) * rb.weight;
+    const NodeRecord& ra = records[a];
+    const NodeRecord& rb = records[b];
+    WeightRecord& wa = weights[size_t(a)];
+    WeightRecord& wb = weights[size_t(b)];
+    const uint64_t pairWeight = wa.weight * wb.weight;
     uint64_t commonWeight = 0;
     for (int i = 0; i < ra.neighbourCount; ++i) {
         const int w = ra.neighbours[i];
         if (rb.adjacency[w] == 0) continue;
-        commonWeight += records[w].weight;
-        records[w].weightedFill -= pairWeight;
+        commonWeight += weights[size_t(w)].weight;
+        weights[size_t(w)].weightedFill -= pairWeight;
     }
-    ra.weightedFill += rb.weight * (ra.neighbourWeight - commonWeight);
-    rb.weightedFill += ra.weight * (rb.neighbourWeight - commonWeight);
-    ra.neighbourWeight += rb.weight;
-    rb.neighbourWeight += ra.weight;
+    wa.weightedFill += wb.weight * (wa.neighbourWeight - commonWeight);
+    wb.weightedFill += wa.weight * (wb.neighbourWeight - commonWeight);
+    wa.neighbourWeight += wb.weight;
+    wb.neighbourWeight += wa.weight;
 }
 
 uint32_t TsTriangulator::CalcCliqueSize(int node) {
     NodeRecord& r = records[node];
-    if (r.cliqueSize != 0) return r.cliqueSize;
     uint64_t product = r.stateCount;
     for (int i = r.neighbourCount - 1; i >= 0; --i) {
         product *= records[r.neighbours[i]].stateCount;
@@ -164,16 +155,12 @@ void TsTriangulator::RemoveNode(int node) {
     // The node is simplicial, so its closed neighbourhood lies inside each
     // neighbour's: the unlinked pairs a neighbour loses are this node with
     // the neighbour's other neighbours outside that neighbourhood.
-    const uint64_t closedWeight = r.neighbourWeight + r.weight;
     for (int i = 0; i < r.neighbourCount; ++i) {
         const int nb = r.neighbours[i];
         NodeRecord& rn = records[nb];
         rn.fillCount -= rn.neighbourCount - r.neighbourCount;
-        if (rn.fillCount == 0) SetSimplicial(nb, true);
-        if (weighing) {
-            rn.weightedFill -= r.weight * (rn.neighbourWeight + rn.weight - closedWeight);
-            rn.neighbourWeight -= r.weight;
-        }
+        if (rn.fillCount == 0) AddToSet(simplicialSet, nb);
+        if (weighing) Unweigh(node, nb);
         // Fill the gap in the neighbour's list with its last entry.
         const int gap = rn.adjacency[node] - 1;
         const int last = rn.neighbours[rn.neighbourCount - 1];
@@ -182,13 +169,22 @@ void TsTriangulator::RemoveNode(int node) {
         --rn.neighbourCount;
         rn.adjacency[node] = 0;
         r.adjacency[nb] = 0;
+        // The removed node's own size is read no more.
         if (r.stateCount != 0) rn.cliqueSize /= r.stateCount;
-        if (rn.stateCount != 0) r.cliqueSize /= rn.stateCount;
     }
     r.neighbourCount = 0;
-    SetSimplicial(node, false);
-    presentSet[size_t(node) >> 6] &= ~(uint64_t(1) << (node & 63));
+    TakeFromSet(simplicialSet, node);
+    TakeFromSet(presentSet, node);
     ++removedCount;
+}
+
+// The weighted pair sums of RemoveNode, for `neighbour` losing the simplicial
+// `node`.
+void TsTriangulator::Unweigh(int node, int neighbour) {
+    const WeightRecord& w = weights[size_t(node)];
+    WeightRecord& wn = weights[size_t(neighbour)];
+    wn.weightedFill -= w.weight * ((wn.neighbourWeight + wn.weight) - (w.neighbourWeight + w.weight));
+    wn.neighbourWeight -= w.weight;
 }
 
 void TsTriangulator::AddFillIns(int node) {

@@ -19,7 +19,7 @@ bool TsTriangulator::Finish() {
 }
 
 void TsTriangulator::BuildCliques() {
-    for (const CliqueStep& step : best.steps) {
+    for (const CliqueStep& step : best->steps) {
         TsClique* clique = pool.Create(step.size, step.eliminated);
         for (int i = step.memberCount - 1; i >= 0; --i) {
             const int node = step.members[i] & ~separatorBit;
@@ -86,7 +86,7 @@ void TsTriangulator::CalculateStatistics() const {
     stats.nodeCount = nodeCount;
     stats.sizeLimit = uint32_t(sizeLimit);
     stats.cliqueCount = cliques.Count();
-    stats.totalSize = uint32_t(best.total);
+    stats.totalSize = uint32_t(best->total);
     stats.totalSeparatorSize = 0;
     for (int c = 0; c < cliques.Count(); ++c) {
         const TsClique& clique = *cliques[c];
