@@ -17,8 +17,9 @@
 // cliques several times bigger than needed. So when its cliques hold more
 // cells in all than TrialThreshold allows, or it does not fit the limits,
 // the elimination is run again with two fill-in heuristics, and the order
-// with the smallest total wins. Trial runs only score their order: cliques
-// are made once, from the winning order.
+// with the smallest total wins (the classic one unless clearly beaten).
+// Trial runs only score their order: cliques are made once, from the winning
+// order.
 // The running total is checked as it grows, so a hopeless run stops early,
 // and a trial stops as soon as it cannot beat the best total so far.
 //
@@ -90,6 +91,11 @@ public:
     static constexpr uint64_t trialThreshold = 1u << 16;
     static constexpr uint64_t trialCellsPerNodeSquared = 4;
     static uint64_t TrialThreshold(int nodeCount);
+    // A trial order replaces a fitting classic one only when its total is
+    // smaller by more than 1/classicMargin of the classic total: the total
+    // is only a proxy for propagation time, and a few percent fewer cells
+    // laid out differently can take longer.
+    static constexpr uint64_t classicMargin = 16;
 
     // Cliques are taken from `pool` and appended to `cliques` in creation
     // order.
@@ -102,9 +108,11 @@ public:
     // budget). The classic minSize run comes first; its order is kept when
     // it fits and its total is at most TrialThreshold. Otherwise minFill
     // and then weightedMinFill are tried as well, and the order with the
-    // smallest total that fits wins, the earlier rule on a tie. An order fits
-    // when its total is within the budget, no clique passes the clique size
-    // cap and none holds more than 30 nodes. False, with no clique made, when
+    // smallest total that fits wins, the earlier rule on a tie, except that
+    // a fitting classic order stays unless a trial beats it by the
+    // classicMargin share. An order fits when its total is within the
+    // budget, no clique passes the clique size cap and none holds more than
+    // 30 nodes. False, with no clique made, when
     // no tried order fits (or the piece has more than maxNodes nodes). On
     // success the cliques of the winning order form one tree whose root is
     // the last clique made, and the statistics callback hears of it.

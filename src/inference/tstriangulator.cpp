@@ -54,15 +54,17 @@ bool TsTriangulator::Triangulate(unsigned limit) {
     if (found && best->total <= TrialThreshold(nodeCount)) return Finish();
     if (found) Keep(*best);
     trial->Reserve(nodeCount);
+    // The total a trial has to get under: the classic order gives way only
+    // to a clearly smaller one, a trial's to any smaller one. A trial stops
+    // as soon as it reaches it.
+    uint64_t beat = found ? best->total - best->total / classicMargin : sizeLimit + 1;
     for (Heuristic heuristic : {minFill, weightedMinFill}) {
-        // Only a strictly smaller total replaces the best order, so a trial
-        // can stop as soon as it reaches the best total.
-        const uint64_t bound = found ? best->total - 1 : sizeLimit;
-        if (!Eliminate(heuristic, bound, *trial)) continue;
+        if (!Eliminate(heuristic, beat - 1, *trial)) continue;
         Keep(*trial);
         std::swap(best, trial);
         chosen = heuristic;
         found = true;
+        beat = best->total;
     }
     return found && Finish();
 }
