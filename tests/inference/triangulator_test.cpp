@@ -395,9 +395,8 @@ Reference Eliminate(const RandomStructure& r, TsTriangulator::Heuristic heuristi
 // triangulation keeps the classic order when it fits and is small, and
 // otherwise the order with the smallest total that fits, the earlier rule
 // on a tie and the classic one unless beaten by the margin; it fails only
-// when no rule fits. Budgets are open, the default,
-// or at and just below the smallest total; dense pieces with evidence reach
-// the 30-node limit.
+// when no rule fits. Budgets are open, the default, or at and just below the
+// smallest total; dense pieces with evidence reach the 30-node limit.
 TEST(TriangulatorTest, HeuristicsMatchTheOracleAndTheSmallestTotalWins) {
     std::mt19937 rng(2024);
     int trialsWon = 0;
