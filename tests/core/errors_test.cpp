@@ -151,22 +151,6 @@ TEST(Errors, FlatReadersSeeTheProcessWideLog) {
     errorH_Flush();
     EXPECT_EQ(errorH_GetNumberOfErrors(), 0);
     EXPECT_EQ(ErrorH.GetNumberOfErrors(), 0);
-
-    void* list = new_intArray();
-    EXPECT_EQ(intArray_NumItems(list), 0);
-    for (int i = 0; i < 12; i++) static_cast<QEL_intArray*>(list)->Add(i * i);
-    EXPECT_EQ(intArray_NumItems(list), 12);
-    EXPECT_EQ(intArray_Items(list)[11], 121);
-    intArray_Items(list)[0] = 5;  // a view: writes reach the array
-    EXPECT_EQ((*static_cast<QEL_intArray*>(list))[0], 5);
-    delete_intArray(list);
-    delete_intArray(nullptr);
-
-    QEL_idArray names;
-    names.Add("a");
-    names.Add("b");
-    const char** items = stringArray_Items(&names);
-    EXPECT_STREQ(items[1], "b");
 }
 
 }  // namespace

@@ -18,15 +18,16 @@
 
 namespace lifecycle_test {
 
-// Per slot (empty for a hole): id and name unless `lean`, outcomes,
-// parents (by id, or by handle when `lean`), table cells to the last digit,
-// evidence and target bit.
+// Per slot (empty for a hole): id and name unless `lean`, definition type,
+// outcomes, parents (by id, or by handle when `lean`), table cells to the
+// last digit, evidence and target bit.
 inline std::vector<std::string> Describe(QEL_network& net, bool lean = false) {
     std::vector<std::string> lines(net.GetMaxNodes());
     for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
         QEL_node& node = *net.GetNode(h);
         std::string& line = lines[h];
         if (!lean) line = std::string(node.GetId()) + "/" + node.Info()->Header().GetName();
+        line += " " + std::to_string(node.Definition()->GetType());
         QEL_idArray& outcomes = *node.Definition()->GetOutcomesNames();
         for (int s = 0; s < outcomes.NumItems(); s++) line += std::string(" ") + outcomes[s];
         line += " |";

@@ -131,6 +131,7 @@ TEST(NetworkLifecycle, CopiesGiveTheSameBeliefsAndShareNothing) {
         QEL_network net;
         std::vector<int> h = RandomModel(net, seed);
         net.UserProperties().AddProperty("origin", "source");
+        net.GetHeader().SetId("Model");
         ASSERT_EQ(0, net.UpdateBeliefs()) << where;
         const std::vector<std::string> before = Describe(net);
         const std::vector<std::vector<double>> beliefs = Beliefs(net);
@@ -139,6 +140,7 @@ TEST(NetworkLifecycle, CopiesGiveTheSameBeliefsAndShareNothing) {
         // Copying only reads the source: its beliefs stay valid.
         ExpectSameBeliefs(beliefs, Beliefs(net), where + " source after copying");
         ASSERT_EQ(before, Describe(full)) << where;
+        EXPECT_STREQ("Model", full.GetHeader().GetId());
         ASSERT_EQ(Describe(net, true), Describe(lean, true)) << where;
         EXPECT_EQ(0, lean.UserProperties().FindProperty("origin"));
         EXPECT_EQ(net.GetNetworkFlags(), lean.GetNetworkFlags());
@@ -177,6 +179,7 @@ TEST(NetworkLifecycle, ReadBracketRunsThePassesOnlyAfterSuccess) {
         EXPECT_EQ(QEL_READ_ACTIVE | QEL_READ_NO_ID_TEST, net.GetReadFlags());
         const int good = net.AddNode(cptType, "good");
         const int broken = net.AddNode(typeWithoutClass, "broken");
+        ASSERT_EQ(nullptr, net.GetNode(broken)->Definition());
         ASSERT_FALSE(net.GetNode(broken)->IsReady());
 
         EXPECT_EQ(status, net.EndRead(status, kept));

@@ -1,7 +1,7 @@
 // Random edit sequences on QEL_network, checked step by step against a
 // plain adjacency model: handles handed out, arc lists and their order,
-// refusals (cycles by brute-force reachability), and, every few steps, the
-// traversals and orders against brute-force answers.
+// refusals (cycles by brute-force reachability), targets, and, every few
+// steps, the traversals and orders against brute-force answers.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -287,20 +287,29 @@ private:
         if (exists) model.RemoveArc(p, c);
     }
 
+    // Now and then an order with a repeat, which changes nothing.
     void ReorderParents() {
         int h = AnyHandle();
         if (!model.Live(h) || model.parents[h].size() < 2) return;
         std::vector<int> order(model.parents[h].size());
         std::iota(order.begin(), order.end(), 0);
         std::shuffle(order.begin(), order.end(), random);
+        bool repeat = Pick(5) == 0;
+        if (repeat) order[0] = order[1];
         QEL_intArray newOrder;
         for (int i : order) newOrder.Add(i);
-        ASSERT_EQ(0, net.ChangeOrderOfParents(h, newOrder));
+        ASSERT_EQ(repeat ? QEL_OUT_OF_RANGE : 0, net.ChangeOrderOfParents(h, newOrder));
+        if (repeat) return;
         std::vector<int> old = model.parents[h];
         for (size_t i = 0; i < order.size(); i++) model.parents[h][i] = old[order[i]];
     }
 
     void ToggleTarget() {
+        if (Pick(20) == 0) {
+            ASSERT_EQ(0, net.ClearAllTargets());
+            std::fill(model.target.begin(), model.target.end(), false);
+            return;
+        }
         int h = AnyHandle();
         bool on = Pick(2) == 0;
         int expected = !model.Live(h) ? QEL_OUT_OF_RANGE : model.target[h] == on ? QEL_NOT_APPLICABLE : 0;
@@ -318,6 +327,10 @@ private:
             if (!model.Live(h)) continue;
             ASSERT_EQ(model.parents[h], ToVector(net.GetParents(h))) << "parents of " << h;
             ASSERT_EQ(model.children[h], ToVector(net.GetChildren(h))) << "children of " << h;
+            QEL_intArray discrete;
+            discrete.Add(-7);  // replaced, not appended to
+            ASSERT_EQ(0, net.GetDiscreteParents(h, discrete));
+            ASSERT_EQ(model.parents[h], ToVector(discrete));
             ASSERT_EQ(h, net.FindNode(model.ids[h].c_str()));
             ASSERT_EQ(model.target[h] ? 1 : 0, net.IsTarget(h));
             targets += model.target[h] ? 1 : 0;
@@ -341,6 +354,22 @@ private:
 
         std::vector<int> order = ToVector(net.PartialOrdering());
         EXPECT_EQ(model.PartialOrder(), order);
+        // Without decisions the temporal order is the partial order.
+        QEL_intArray temporal;
+        ASSERT_EQ(0, net.TemporalOrder(temporal));
+        EXPECT_EQ(order, ToVector(temporal));
+        // A list sorted along the partial order keeps only live handles.
+        QEL_intArray list;
+        std::vector<int> sorted;
+        for (int h = -1; h <= model.maxNodes; h++) {
+            if (Pick(2) == 0) list.Add(h);
+        }
+        for (int h : order) {
+            if (list.IsInList(h)) sorted.push_back(h);
+        }
+        std::shuffle(list.Items(), list.Items() + list.NumItems(), random);
+        ASSERT_EQ(0, net.OrderPartially(list));
+        EXPECT_EQ(sorted, ToVector(list));
         std::vector<int> position(model.maxNodes, -1);
         for (size_t i = 0; i < order.size(); i++) position[order[i]] = static_cast<int>(i);
         size_t inDegree = 0;
@@ -374,6 +403,8 @@ private:
             int p = handles[Pick(static_cast<int>(handles.size()))];
             int c = handles[Pick(static_cast<int>(handles.size()))];
             EXPECT_EQ(p != c && !model.Reaches(c, p), net.RemainsAcyclic(p, c));
+            EXPECT_EQ(model.HasArc(p, c) ? 1 : 0, net.IsThisGuyMyParent(c, p));
+            EXPECT_EQ(model.HasArc(p, c) || model.HasArc(c, p), net.Related(p, c));
             EXPECT_EQ(model.parents[c], ToVector(net.GetParents(c)));
             EXPECT_EQ(model.children[p], ToVector(net.GetChildren(p)));
         }

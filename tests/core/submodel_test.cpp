@@ -171,6 +171,7 @@ TEST(SubmodelHandler, IdsShareOneNameSpaceWithNodes) {
     EXPECT_EQ(clinic, net.GetNode(node)->GetSubmodel());
     EXPECT_EQ(QEL_ILLEGAL_IDENTIFIER, net.GetNode(node)->SetSubmodel("Ward"));
     EXPECT_STREQ("Unknown submodel", QEL_errorH().GetLastErrorMessage());
+    EXPECT_EQ(QEL_OUT_OF_RANGE, net.GetNode(node)->SetSubmodel(static_cast<const char*>(nullptr)));
     EXPECT_EQ(clinic, net.GetNode(node)->GetSubmodel());
 
     EXPECT_EQ(QEL_OUT_OF_RANGE, handler.DeleteSubmodel(root));
