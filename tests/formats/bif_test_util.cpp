@@ -1,102 +1,15 @@
-// Test data and damaged texts for the BIF tests. A minimal JSON reader is
-// enough for the reference files, which are plain machine-written JSON.
+// Test data and damaged texts for the BIF tests. The reference files are
+// read with the small JSON reader the benchmarks use.
 #include "bif_test_util.h"
 
+#include "../../bench/json_lite.h"
 #include "formats/bif_parser.h"
 #include "formats/bif_resolve.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <sstream>
-#include <utility>
 
 namespace bif_test {
-namespace {
-
-// Objects keep their members in order; strings only need the escapes of
-// plain ASCII text.
-struct Json {
-    double number = 0.0;
-    std::string text;
-    std::vector<Json> items;
-    std::vector<std::pair<std::string, Json>> members;
-
-    const Json& operator[](const std::string& key) const
-    {
-        static const Json none;
-        for (const auto& member : members)
-            if (member.first == key)
-                return member.second;
-        return none;
-    }
-};
-
-class JsonReader {
-public:
-    explicit JsonReader(const std::string& text) : at(text.c_str()) {}
-
-    Json Value()
-    {
-        Json value;
-        Skip();
-        if (Take('{')) {
-            while (!Take('}')) {
-                Skip();
-                std::string key = String();
-                Take(':');
-                value.members.emplace_back(key, Value());
-                Take(',');
-            }
-        } else if (Take('[')) {
-            while (!Take(']')) {
-                value.items.push_back(Value());
-                Take(',');
-            }
-        } else if (*at == '"') {
-            value.text = String();
-        } else {
-            char* stop = nullptr;
-            value.number = std::strtod(at, &stop);
-            if (stop != at)
-                at = stop;
-            else if (*at != '\0')
-                at += std::max<size_t>(1, std::strspn(at, "nultrefas"));  // null, true, false
-        }
-        return value;
-    }
-
-private:
-    void Skip() { at += std::strspn(at, " \t\r\n"); }
-
-    bool Take(char c)
-    {
-        Skip();
-        if (*at != c)
-            return *at == '\0';  // the end closes everything, so bad input cannot loop
-        ++at;
-        return true;
-    }
-
-    std::string String()
-    {
-        std::string text;
-        for (++at; *at && *at != '"'; ++at)
-            text += (*at == '\\' && at[1]) ? *++at : *at;
-        at += (*at == '"');
-        return text;
-    }
-
-    const char* at;
-};
-
-Json ParseJson(const std::string& text)
-{
-    return JsonReader(text).Value();
-}
-
-}  // namespace
 
 std::string ReadFile(const std::string& path)
 {
@@ -120,34 +33,36 @@ int ReadModel(const std::string& text, BifModel& model, BifError& error)
 
 std::vector<ReferenceCase> LoadReferenceCases(const std::string& network)
 {
+    using json_lite::JsonValue;
     std::map<std::string, ReferenceCase> byId;
-    Json cases = ParseJson(ReadDataFile(network + ".cases.json"));
-    for (const Json& item : cases["cases"].items) {
-        ReferenceCase& entry = byId[item["id"].text];
-        entry.id = item["id"].text;
-        for (const auto& member : item["evidence"].members)
+    JsonValue cases;
+    std::string error;
+    if (!json_lite::ParseJson(ReadDataFile(network + ".cases.json"), cases, error) || !cases.Find("cases"))
+        return {};
+    for (const JsonValue& item : cases.Find("cases")->items) {
+        ReferenceCase& entry = byId[item.Find("id")->text];
+        entry.id = item.Find("id")->text;
+        for (const auto& member : item.Find("evidence")->members)
             entry.evidence[member.first] = member.second.text;
     }
     std::vector<ReferenceCase> result;
     std::istringstream lines(ReadDataFile(network + ".ref.jsonl"));
     std::string line;
     while (std::getline(lines, line)) {
-        Json reference = ParseJson(line);
-        auto found = byId.find(reference["id"].text);
+        JsonValue reference;
+        if (!json_lite::ParseJson(line, reference, error))
+            continue;
+        auto found = byId.find(reference.Find("id")->text);
         if (found == byId.end())
             continue;
-        for (const auto& member : reference["posteriors"].members)
-            for (const Json& p : member.second.items)
+        for (const auto& member : reference.Find("posteriors")->members)
+            for (const JsonValue& p : member.second.items)
                 found->second.posteriors[member.first].push_back(p.number);
-        found->second.logProbEvidence = reference["log_pe"].number;
+        found->second.logProbEvidence = reference.Find("log_pe")->number;
         result.push_back(found->second);
     }
     return result;
 }
-
-}  // namespace bif_test
-
-namespace bif_test {
 
 // Each text is a small valid network with one fault; the fault's line is
 // what the message must name.
