@@ -1,7 +1,9 @@
 /*
  * The network family of the flat interface, driven from C as a binding
  * would drive it: building a network, arcs and their refusals, lookups,
- * deletion, growth of the node table, and the quirks of AddNode.
+ * deletion, and the quirks of AddNode. The graph rules themselves are
+ * checked against a model in the core tests; here each call is shown to
+ * reach them from C.
  * Exit status 0 when every check holds.
  */
 #include <stdio.h>
@@ -19,9 +21,10 @@ static int Contains(void* array, int value)
     return 0;
 }
 
-static void ArcsAndRefusals(void)
+static void ArcsDeletionAndRefusals(void)
 {
     void* net = new_network();
+    void* all = new_intArray();
     int a = AddNode(net, CPT_NODE, "A");
     int b = AddNode(net, CPT_NODE, "B");
     int c = AddNode(net, CPT_NODE, "C");
@@ -32,19 +35,24 @@ static void ArcsAndRefusals(void)
     CHECK(AddArc(net, b, c) == 0);
     CHECK(AddArc(net, c, a) == -11);    /* closes a -> b -> c -> a */
     CHECK(AddArc(net, b, a) == -2);     /* the reverse of an existing arc */
-    CHECK(AddArc(net, a, a) == -2);
-    CHECK(AddArc(net, a, b) == -2);     /* already there */
     CHECK(AddArc(net, a, 99) == -2);
-    CHECK(intArray_NumItems(GetParents(net, a)) == 0);
-
     CHECK(AddArc(net, a, c) == 0);
     parents = GetParents(net, c);
     CHECK(intArray_NumItems(parents) == 2);
     CHECK(intArray_Items(parents)[0] == b && intArray_Items(parents)[1] == a);
-
     CHECK(RemoveArc(net, a, c) == 0);
     CHECK(RemoveArc(net, a, c) == -2);
+
+    /* Deleting b takes its arcs with it. */
+    CHECK(AddArc(net, a, c) == 0);
+    CHECK(DeleteNode(net, b) == 0);
+    CHECK(DeleteNode(net, b) == -2);
+    CHECK(GetNode(net, b) == NULL);
     CHECK(intArray_NumItems(GetParents(net, c)) == 1);
+    CHECK(intArray_Items(GetParents(net, c))[0] == a);
+    GetAllNodes(net, all);
+    CHECK(intArray_NumItems(all) == 2 && !Contains(all, b));
+    delete_intArray(all);
     delete_network(net);
 }
 
@@ -73,56 +81,6 @@ static void LookupAndListing(void)
     delete_network(net);
 }
 
-static void DeletionTakesArcs(void)
-{
-    void* net = new_network();
-    void* all = new_intArray();
-    int a = AddNode(net, CPT_NODE, "A");
-    int b = AddNode(net, CPT_NODE, "B");
-    int c = AddNode(net, CPT_NODE, "C");
-
-    CHECK(AddArc(net, a, b) == 0 && AddArc(net, b, c) == 0 && AddArc(net, a, c) == 0);
-    CHECK(DeleteNode(net, b) == 0);
-    CHECK(DeleteNode(net, b) == -2);
-    CHECK(GetNode(net, b) == NULL);
-    CHECK(FindNode(net, "B") == -2);
-    CHECK(intArray_NumItems(GetParents(net, c)) == 1);
-    CHECK(intArray_Items(GetParents(net, c))[0] == a);
-    CHECK(AddArc(net, c, a) == -2);     /* a -> c still stands */
-    GetAllNodes(net, all);
-    CHECK(intArray_NumItems(all) == 2 && !Contains(all, b));
-    delete_intArray(all);
-    delete_network(net);
-}
-
-static void GrowthKeepsHandles(void)
-{
-    void* net = new_network();
-    void* all = new_intArray();
-    char name[16];
-    int i;
-    int ok = 1;
-
-    for (i = 0; i < 120; i++) {
-        sprintf(name, "N%d", i);
-        ok = ok && AddNode(net, CPT_NODE, name) == i;
-        if (i > 0)
-            ok = ok && AddArc(net, i - 1, i) == 0;
-    }
-    CHECK(ok);
-    for (i = 0; i < 120; i++) {
-        sprintf(name, "N%d", i);
-        ok = ok && FindNode(net, name) == i;
-        ok = ok && intArray_NumItems(GetParents(net, i)) == (i > 0 ? 1 : 0);
-    }
-    CHECK(ok);
-    GetAllNodes(net, all);
-    CHECK(intArray_NumItems(all) == 120);
-    CHECK(AddArc(net, 119, 0) == -11);
-    delete_intArray(all);
-    delete_network(net);
-}
-
 static void AddNodeQuirks(void)
 {
     void* net = new_network();
@@ -145,10 +103,8 @@ static void AddNodeQuirks(void)
 
 int main(void)
 {
-    ArcsAndRefusals();
+    ArcsDeletionAndRefusals();
     LookupAndListing();
-    DeletionTakesArcs();
-    GrowthKeepsHandles();
     AddNodeQuirks();
     if (failures != 0)
         fprintf(stderr, "%d check(s) failed\n", failures);
