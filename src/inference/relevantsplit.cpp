@@ -28,17 +28,18 @@ namespace {
 // Makes every node a target when the network has none. Returns true when it
 // did, so that the caller can take them back.
 // The network's "QEL_REL_BARREN_TOLERANCE": how far from one the column
-// sums of a barren node may be for it to be dropped outright. Models whose
-// tables were rounded by hand are much faster to prune with a tolerance a
-// little above their rounding, at the price of posteriors off by about that
-// much. Missing, unreadable or negative: 0, which keeps every digit.
+// sums of a barren node may be for it to be dropped outright; 1 or more
+// drops every barren node without reading its table. Models whose tables
+// were rounded by hand are much faster to prune with a tolerance a little
+// above their rounding, at the price of posteriors off by about that much.
+// Missing, unreadable or not above 0: 0, which keeps every digit.
 double BarrenTolerance(QEL_network& net) {
     const int index = net.UserProperties().FindProperty("QEL_REL_BARREN_TOLERANCE");
     if (index < 0) return 0.0;
     char* end = nullptr;
     const char* text = net.UserProperties().GetPropertyValue(index);
     const double value = std::strtod(text, &end);
-    return end != text && value > 0.0 && value < 1.0 ? value : 0.0;
+    return end != text && value > 0.0 ? value : 0.0;
 }
 
 bool TargetAllIfNone(QEL_network& net) {

@@ -244,7 +244,7 @@ TEST(RelevanceSplitTest, ReductionsOnASmallNetwork) {
 // P -> Q, with a column of Q summing to 0.99 as hand-rounded tables do.
 // Dropped as barren, Q would take that weight with it: it goes into P's
 // table instead, and P's belief keeps it, unless the network's
-// "QEL_REL_BARREN_TOLERANCE" accepts such sums as one.
+// "QEL_REL_BARREN_TOLERANCE" accepts such sums as one, or any sums.
 TEST(RelevanceSplitTest, BarrenColumnSumsStayUnlessTolerated) {
     QEL_network net;
     const int p = AddNode(net, "P", 2);
@@ -262,10 +262,14 @@ TEST(RelevanceSplitTest, BarrenColumnSumsStayUnlessTolerated) {
     net.SetTarget(p, true);
     ASSERT_EQ(net.UpdateBeliefs(), 0);
     EXPECT_NEAR(Beliefs(net, p)[0], 0.2475 / 0.9975, 1e-15);
-    ASSERT_GE(net.UserProperties().AddProperty("QEL_REL_BARREN_TOLERANCE", "0.02"), 0);
-    net.InvalidateAllBeliefs();
-    ASSERT_EQ(net.UpdateBeliefs(), 0);
-    EXPECT_EQ(Beliefs(net, p)[0], 0.25);
+    for (const char* tolerance : {"0.02", "1"}) {
+        const int index = net.UserProperties().FindProperty("QEL_REL_BARREN_TOLERANCE");
+        if (index >= 0) net.UserProperties().DeleteProperty(index);
+        ASSERT_GE(net.UserProperties().AddProperty("QEL_REL_BARREN_TOLERANCE", tolerance), 0);
+        net.InvalidateAllBeliefs();
+        ASSERT_EQ(net.UpdateBeliefs(), 0);
+        EXPECT_EQ(Beliefs(net, p)[0], 0.25) << tolerance;
+    }
 }
 
 }  // namespace
