@@ -152,8 +152,8 @@ void SettleObservedSingles(QEL_rNetworkList& pieces) {
     for (int i = 0; i < pieces.Count(); ++i) {
         QEL_rNetwork* piece = pieces[i];
         QEL_rNode* only = piece->nodes.Count() == 1 ? piece->nodes[0] : nullptr;
-        const bool last = i + 1 == pieces.Count() && kept == 0;
-        if (only != nullptr && only->evidence >= 0 && !(last && scale * piece->scale != 1.0)) {
+        const bool lastCarrier = i + 1 == pieces.Count() && kept == 0 && scale * piece->scale != 1.0;
+        if (only != nullptr && only->evidence >= 0 && !lastCarrier) {
             only->Set_Evidence(only->evidence);
             scale *= piece->scale;
             delete piece;
