@@ -11,9 +11,16 @@
 // it. The child reports through a pipe, one JSON object per line: one per
 // case, then a summary, to which the parent adds the peak memory.
 //
+// With --sampled N the shared cases of each level are joined by N cases
+// drawn the same way from the network itself (case_sampler.h), so that a
+// median does not hang on two cases. Sampled cases have no reference
+// posteriors: they are timed, not compared.
+//
 // Output: a table with one row per network (medians over the cases of each
-// evidence level, taken from the case ids: "-e0-", "-e5-", "-e20-"), then
-// the JSON lines, or the lines into a file with --jsonl.
+// evidence level, taken from the case ids: "-e0-", "-e5-", "-e20-"), the
+// number of cases behind each median, then the JSON lines, or the lines
+// into a file with --jsonl.
+#include "case_sampler.h"
 #include "json_lite.h"
 
 #include "orvil/dmatrix.h"
@@ -52,6 +59,7 @@ using json_lite::JsonValue;
 namespace {
 
 const char* const kLevels[] = {"e0", "e5", "e20"};
+const int kPercents[] = {0, 5, 20};  // share of the nodes each level observes
 const int kLevelCount = 3;
 
 struct Options {
@@ -63,6 +71,8 @@ struct Options {
     double repeatSeconds = 2.0;    // no further run once one measure took this long
     std::string jsonl;
     std::string barrenTolerance;   // "QEL_REL_BARREN_TOLERANCE" for every network, when set
+    int sampled = 0;               // cases drawn per network and level, beside the shared ones
+    unsigned long long seed = 1;   // of the drawn cases
     std::vector<std::string> names;
 };
 
@@ -182,6 +192,32 @@ bool LoadCases(const Options& o, const std::string& name, std::vector<Case>& cas
         std::string ignored;
         if (json_lite::ParseJson(line, ref, ignored))
             AttachReference(ref, cases);
+    }
+    return true;
+}
+
+// Appends o.sampled cases per level drawn from the network, number by
+// number across the levels, so that a run the budget cuts short loses
+// sampled cases from every level alike. False, with `error` set, when the
+// network cannot be sampled.
+bool AddSampledCases(QEL_network& net, const Options& o, const std::string& name, std::vector<Case>& cases,
+                     std::string& error)
+{
+    for (int i = 0; i < o.sampled; ++i) {
+        for (int level = 0; level < kLevelCount; ++level) {
+            case_sampler::Rng rng(o.seed, name, kPercents[level], i);
+            case_sampler::Draw draw;
+            if (!case_sampler::DrawCase(net, kPercents[level] / 100.0, rng, draw, error)) {
+                error = "sampling failed: " + error;
+                return false;
+            }
+            Case c;
+            c.id = name + "-smp-" + kLevels[level] + "-" + std::to_string(i);
+            c.level = LevelOf(c.id);
+            c.evidence = draw.evidence;
+            c.target = draw.target;
+            cases.push_back(c);
+        }
     }
     return true;
 }
@@ -324,7 +360,7 @@ std::string CaseLine(const std::string& network, const Case& c, const CaseResult
 {
     std::string out = "{\"network\": " + Quote(network) + ", \"id\": " + Quote(c.id);
     out += ", \"level\": " + Quote(c.level >= 0 ? kLevels[c.level] : "");
-    out += ", \"observed\": " + std::to_string(c.evidence.size());
+    out += ", \"observed\": " + std::to_string(c.evidence.size()) + ", \"target\": " + Quote(c.target);
     out += ", \"full_ms\": " + Num(r.full.best) + ", \"full_runs\": " + std::to_string(r.full.runs);
     out += ", \"full_status\": " + std::to_string(r.full.status);
     out += ", \"target_ms\": " + Num(r.target.best) + ", \"target_runs\": " + std::to_string(r.target.runs);
@@ -353,7 +389,18 @@ std::string LevelMedians(const std::vector<double> (&times)[kLevelCount])
     return out + "}";
 }
 
+std::string LevelCounts(const std::vector<double> (&times)[kLevelCount])
+{
+    std::string out = "{";
+    for (int i = 0; i < kLevelCount; ++i)
+        out += std::string(i > 0 ? ", " : "") + Quote(kLevels[i]) + ": " + std::to_string(times[i].size());
+    return out + "}";
+}
+
 struct NetworkTotals {
+    int nodes = 0;
+    double loadMs = NAN;
+    size_t sampled = 0;  // cases drawn from the network, beside the shared ones
     std::vector<double> full[kLevelCount];
     std::vector<double> target[kLevelCount];
     double maxDiff = NAN;
@@ -380,24 +427,53 @@ void Accumulate(const Case& c, const CaseResult& r, NetworkTotals& t)
         t.target[c.level].push_back(r.target.best);
 }
 
+// Reads the cases and the network, adds the sampled cases and notes the
+// first trouble in `t`. Returns the read's status.
+int Prepare(const Options& o, const std::string& name, QEL_network& net, std::vector<Case>& cases,
+            NetworkTotals& t)
+{
+    std::string error;
+    bool haveCases = LoadCases(o, name, cases, error);
+    Clock::time_point start = Clock::now();
+    int rc = net.ReadFile((o.networks / (name + ".bif")).c_str(), QEL_FORMAT_BY_EXTENSION, nullptr);
+    t.loadMs = Seconds(start) * 1000.0;
+    t.nodes = net.GetNumberOfNodes();
+    if (rc != 0) {
+        t.note = std::string("load failed: ") + QEL_errorH().GetLastErrorMessage();
+        return rc;
+    }
+    if (!o.barrenTolerance.empty())
+        net.UserProperties().AddProperty("QEL_REL_BARREN_TOLERANCE", o.barrenTolerance.c_str());
+    if (!haveCases)
+        t.note = error;
+    size_t shared = cases.size();
+    if (!AddSampledCases(net, o, name, cases, error) && t.note.empty())
+        t.note = error;
+    t.sampled = cases.size() - shared;
+    return rc;
+}
+
+void WriteSummary(FILE* out, const std::string& name, const NetworkTotals& t, size_t cases)
+{
+    std::fprintf(out,
+                 "{\"network\": %s, \"summary\": true, \"nodes\": %d, \"load_ms\": %s, \"full_ms\": %s, "
+                 "\"target_ms\": %s, \"full_cases\": %s, \"target_cases\": %s, \"max_diff\": %s, "
+                 "\"cases\": %zu, \"cases_sampled\": %zu, \"cases_run\": %d, \"cases_failed\": %d, "
+                 "\"note\": %s}\n",
+                 Quote(name).c_str(), t.nodes, Num(t.loadMs).c_str(), LevelMedians(t.full).c_str(),
+                 LevelMedians(t.target).c_str(), LevelCounts(t.full).c_str(), LevelCounts(t.target).c_str(),
+                 Num(t.maxDiff).c_str(), cases, t.sampled, t.run, t.failed, Quote(t.note).c_str());
+    std::fflush(out);
+}
+
 // The child's whole job: load, run the cases, write JSON lines to `out`.
 // Returns the process exit status.
 int BenchNetwork(const Options& o, const std::string& name, FILE* out)
 {
     std::vector<Case> cases;
-    std::string error;
-    bool haveCases = LoadCases(o, name, cases, error);
     QEL_network net;
-    Clock::time_point start = Clock::now();
-    int rc = net.ReadFile((o.networks / (name + ".bif")).c_str(), QEL_FORMAT_BY_EXTENSION, nullptr);
-    double loadMs = Seconds(start) * 1000.0;
-    if (rc == 0 && !o.barrenTolerance.empty())
-        net.UserProperties().AddProperty("QEL_REL_BARREN_TOLERANCE", o.barrenTolerance.c_str());
     NetworkTotals t;
-    if (rc != 0)
-        t.note = std::string("load failed: ") + QEL_errorH().GetLastErrorMessage();
-    else if (!haveCases)
-        t.note = error;
+    int rc = Prepare(o, name, net, cases, t);
     Clock::time_point deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                                     std::chrono::duration<double>(o.budgetSeconds));
     for (size_t i = 0; rc == 0 && i < cases.size(); ++i) {
@@ -413,14 +489,7 @@ int BenchNetwork(const Options& o, const std::string& name, FILE* out)
     }
     if (t.skipped > 0 && t.note.empty())
         t.note = std::to_string(t.skipped) + " cases skipped past " + Num(o.budgetSeconds) + " s";
-    std::fprintf(out,
-                 "{\"network\": %s, \"summary\": true, \"nodes\": %d, \"load_ms\": %s, \"full_ms\": %s, "
-                 "\"target_ms\": %s, \"max_diff\": %s, \"cases\": %zu, \"cases_run\": %d, \"cases_failed\": %d, "
-                 "\"note\": %s}\n",
-                 Quote(name).c_str(), net.GetNumberOfNodes(), Num(loadMs).c_str(), LevelMedians(t.full).c_str(),
-                 LevelMedians(t.target).c_str(), Num(t.maxDiff).c_str(), cases.size(), t.run, t.failed,
-                 Quote(t.note).c_str());
-    std::fflush(out);
+    WriteSummary(out, name, t, cases.size());
     return rc == 0 ? 0 : 1;
 }
 
@@ -511,9 +580,29 @@ void PrintHeader()
                 "full e5", "full e20", "tgt e0", "tgt e5", "tgt e20", "max diff", "peak MB", "note");
 }
 
-// Prints the row of one network and returns its summary line, completed
-// with the peak memory (or a line of its own when the child gave none).
-std::string PrintRow(const std::string& name, const ChildOutcome& outcome)
+std::string LevelCountText(const JsonValue* counts)
+{
+    if (counts == nullptr)
+        return "";
+    std::string out;
+    for (int i = 0; i < kLevelCount; ++i)
+        out += std::string(i > 0 ? "/" : "") + Cell(counts, kLevels[i]);
+    return out;
+}
+
+// "10/10/10": the cases behind the medians of each level, with the
+// targeted counts apart where they differ; empty without a summary.
+std::string CountText(const JsonValue& summary)
+{
+    std::string full = LevelCountText(summary.Find("full_cases"));
+    std::string target = LevelCountText(summary.Find("target_cases"));
+    return full == target ? full : "full " + full + ", targeted " + target;
+}
+
+// Prints the row of one network, sets `counts` to its CountText and
+// returns its summary line, completed with the peak memory (or a line of
+// its own when the child gave none).
+std::string PrintRow(const std::string& name, const ChildOutcome& outcome, std::string& counts)
 {
     JsonValue summary;
     std::string error;
@@ -525,6 +614,7 @@ std::string PrintRow(const std::string& name, const ChildOutcome& outcome)
             found = true;
         }
     }
+    counts = CountText(summary);
     const JsonValue* note = summary.Find("note");
     std::string text = !outcome.failure.empty() ? outcome.failure : note != nullptr ? note->text : "";
     const JsonValue* full = summary.Find("full_ms");
@@ -543,6 +633,27 @@ std::string PrintRow(const std::string& name, const ChildOutcome& outcome)
         if (line.find("\"summary\": true") != std::string::npos)
             return line.substr(0, line.rfind('}')) + tail;
     return "";
+}
+
+// One line per distinct CountText, naming its networks, so that the
+// table says what each median rests on without a column per level.
+void PrintCaseCounts(const Options& o, const std::vector<std::pair<std::string, std::string>>& counts)
+{
+    std::printf("\ncases per median, e0/e5/e20 (shared");
+    if (o.sampled > 0)
+        std::printf(" and %d sampled per level, seed %llu", o.sampled, o.seed);
+    std::printf("):\n");
+    std::vector<std::string> printed;
+    for (const auto& c : counts) {
+        if (c.first.empty() || std::find(printed.begin(), printed.end(), c.first) != printed.end())
+            continue;
+        printed.push_back(c.first);
+        std::string names;
+        for (const auto& d : counts)
+            if (d.first == c.first)
+                names += (names.empty() ? "" : ", ") + d.second;
+        std::printf("  %s: %s\n", c.first.c_str(), names.c_str());
+    }
 }
 
 // ---- Options ----
@@ -587,6 +698,10 @@ bool ParseOptions(int argc, char** argv, Options& o)
             o.jsonl = argv[++i];
         else if (a == "--barren-tolerance" && hasValue)
             o.barrenTolerance = argv[++i];
+        else if (a == "--sampled" && hasValue)
+            o.sampled = std::max(0, std::atoi(argv[++i]));
+        else if (a == "--seed" && hasValue)
+            o.seed = std::strtoull(argv[++i], nullptr, 10);
         else if (!a.empty() && a[0] != '-')
             o.names.push_back(a);
         else
@@ -621,7 +736,7 @@ int main(int argc, char** argv)
     if (!ParseOptions(argc, argv, o)) {
         std::fprintf(stderr,
                      "usage: bench_networks [--networks DIR] [--cases DIR] [--runs N] [--budget S] "
-                     "[--timeout S] [--jsonl FILE] [--barren-tolerance X] [NAME ...]\n");
+                     "[--timeout S] [--jsonl FILE] [--barren-tolerance X] [--sampled N] [--seed S] [NAME ...]\n");
         return 2;
     }
     std::vector<std::string> names = NetworkNames(o);
@@ -631,13 +746,17 @@ int main(int argc, char** argv)
     }
     PrintHeader();
     std::string jsonLines;
+    std::vector<std::pair<std::string, std::string>> counts;
     for (const std::string& name : names) {
         ChildOutcome outcome = RunIsolated(o, name);
         for (const std::string& line : outcome.lines)
             if (line.find("\"summary\": true") == std::string::npos)
                 jsonLines += line + "\n";
-        jsonLines += PrintRow(name, outcome) + "\n";
+        std::string count;
+        jsonLines += PrintRow(name, outcome, count) + "\n";
+        counts.emplace_back(count, name);
     }
+    PrintCaseCounts(o, counts);
     if (o.jsonl.empty()) {
         std::printf("\n%s", jsonLines.c_str());
         return 0;
