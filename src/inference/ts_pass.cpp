@@ -2,7 +2,13 @@
 // every walk of the join tree shares.
 #include "inference/ts_pass.h"
 
+#include "inference/ts_side_thread.h"
+
 namespace {
+
+// Passes of fewer cells run whole: below this, handing half to the helper
+// costs about what it saves.
+const int64_t kSplitCells = int64_t(1) << 17;
 
 // Cells per chunk to aim for: a chunk and the operand cells it touches
 // should stay in the first-level cache.
@@ -37,6 +43,33 @@ inline std::ptrdiff_t NextChunk(TsOdometer* odometer) {
     return e->step;
 }
 
+// Moves a freshly built outer odometer, all of whose counters stand at their
+// reset values, to chunk `index`, and returns how far that moves its operand.
+// A merged entry walks like a single dimension, whose stride is its step
+// plus the rewinds of the entries below it.
+std::ptrdiff_t Seek(TsOdometer* odometer, int64_t index) {
+    std::ptrdiff_t offset = 0;
+    int64_t below = 0;  // where the entries passed so far stand at their last state
+    for (TsOdometer* e = odometer; index > 0; ++e) {
+        const int64_t states = int64_t(e->reset) + 1;
+        const int64_t stride = e->step + below;
+        const int64_t digit = index % states;
+        index /= states;
+        e->counter = int32_t(e->reset - digit);
+        offset += digit * stride;
+        below += e->reset * stride;
+    }
+    return offset;
+}
+
+// One past the last cell that non-negative strides can reach.
+int64_t Extent(const TsMatrix::Coords& dims, const int64_t* strides) {
+    int64_t last = 0;
+    for (int i = 0; i < dims.count; ++i) last += int64_t(dims[i] - 1) * strides[i];
+    return last + 1;
+}
+
+
 }  // namespace
 
 void TsBuildOdometer(const int32_t* sizes, const int64_t* strides, int from, int to,
@@ -69,7 +102,11 @@ void TsPass::Begin(const TsMatrix::Coords& sizes) {
     chunk = 1;
     while (split < dims.count && chunk < kChunkCells) chunk *= dims[split++];
     chunks = 1;
-    for (int i = split; i < dims.count; ++i) chunks *= dims[i];
+    top = -1;
+    for (int i = split; i < dims.count; ++i) {
+        chunks *= dims[i];
+        if (dims[i] > 1) top = i;
+    }
     if (buffer.size() < size_t(chunk)) buffer.resize(size_t(chunk));
 }
 
@@ -80,6 +117,8 @@ TsPass::Operand& TsPass::Next(Kind kind, const int64_t* strides) {
     op.source = nullptr;
     op.target = nullptr;
     op.offset = 0;
+    op.extent = strides != nullptr ? Extent(dims, strides) : 0;
+    op.topStride = strides != nullptr && top >= 0 ? strides[top] : 0;
     if (strides != nullptr) {
         TsBuildOdometer(dims.items, strides, 0, split, op.inner);
         TsBuildOdometer(dims.items, strides, split, dims.count, op.outer);
@@ -100,13 +139,99 @@ void TsPass::AddTarget(Kind kind, double* base, const int64_t* strides) {
 void TsPass::AddFill() { Next(fillOne, nullptr); }
 
 void TsPass::Run() {
-    double* start = buffer.data();
+    if (WorthSplitting()) {
+        RunSplit();
+        return;
+    }
+    RunRange(operands.data(), buffer.data(), 0, chunks);
+}
+
+bool TsPass::WorthSplitting() const {
+    const int64_t cells = int64_t(chunk) * chunks;
+    if (chunks < 2 || cells < kSplitCells) return false;
+    int64_t sums = 0;
+    for (int k = 0; k < count; ++k) {
+        const Operand& op = operands[size_t(k)];
+        // A copy's cells would have to be handed back one by one.
+        if (op.kind == copyInto) return false;
+        sums += SideCells(op);
+    }
+    // The side copies are zeroed and added back: cheap only next to the sweep.
+    return sums * 4 <= cells;
+}
+
+int64_t TsPass::SideCells(const Operand& op) const {
+    if (op.kind != sumInto && op.kind != sumTotal) return 0;
+    // A target that runs along the top dimension takes its cells from the
+    // halves apart, but for the one slice of that dimension the middle chunk
+    // may cut: only that slice needs a copy. It is contiguous, since the top
+    // dimension is the target's slowest too.
+    return op.topStride != 0 ? op.topStride : op.extent;
+}
+
+void TsPass::RunSplit() {
+    middle = chunks / 2;
+    const int32_t place = chunks / dims[top];  // chunks per step of the top dimension
+    cut = middle / place;                       // the top state the middle chunk falls in
+    shared = (cut + 1) * place;                 // where the side half leaves that state
+    size_t cells = 0;
+    for (int k = 0; k < count; ++k) cells += size_t(SideCells(operands[size_t(k)]));
+    sideSums.assign(cells, 0.0);
+    if (sideBuffer.size() < size_t(chunk)) sideBuffer.resize(size_t(chunk));
+    sideOperands.assign(operands.begin(), operands.begin() + count);
+    double* side = sideSums.data();
+    for (Operand& op : sideOperands) {
+        if (op.kind != fillOne) op.offset = Seek(op.outer, middle);
+        if (SideCells(op) == 0) continue;
+        // The shared slice lands at the start of its copy.
+        if (op.topStride != 0) op.offset -= cut * op.topStride;
+        op.target = side;
+        side += SideCells(op);
+    }
+    TsRunBeside(RunSideHalf, this, RunFirstHalf, this);
+    AddSideSums();
+}
+
+void TsPass::AddSideSums() {
+    const double* side = sideSums.data();
+    for (int k = 0; k < count; ++k) {
+        const Operand& op = operands[size_t(k)];
+        const int64_t cells = SideCells(op);
+        if (cells == 0) continue;
+        double* target = op.target + (op.topStride != 0 ? cut * op.topStride : 0);
+        for (int64_t i = 0; i < cells; ++i) target[i] += side[i];
+        side += cells;
+    }
+}
+
+void TsPass::RunFirstHalf(void* pass) {
+    TsPass& p = *static_cast<TsPass*>(pass);
+    p.RunRange(p.operands.data(), p.buffer.data(), 0, p.middle);
+}
+
+void TsPass::RunSideHalf(void* pass) {
+    TsPass& p = *static_cast<TsPass*>(pass);
+    Operand* ops = p.sideOperands.data();
+    p.RunRange(ops, p.sideBuffer.data(), p.middle, p.shared);
+    if (p.shared == p.chunks) return;
+    // Past the shared slice, targets along the top dimension take their own
+    // cells again.
+    for (int k = 0; k < p.count; ++k) {
+        Operand& op = ops[k];
+        if (op.topStride == 0 || (op.kind != sumInto && op.kind != sumTotal)) continue;
+        op.offset += p.cut * op.topStride;
+        op.target = p.operands[size_t(k)].target;
+    }
+    p.RunRange(ops, p.sideBuffer.data(), p.shared, p.chunks);
+}
+
+void TsPass::RunRange(Operand* ops, double* start, int32_t first, int32_t last) const {
     double* stop = start + chunk;
-    for (int32_t c = 0; c < chunks; ++c) {
+    for (int32_t c = first; c < last; ++c) {
         bool totalTaken = false;
         double total = 0.0;
         for (int k = 0; k < count; ++k) {
-            Operand& op = operands[size_t(k)];
+            Operand& op = ops[k];
             switch (op.kind) {
                 case copyFrom:
                     TsOdoCopy(start, stop, op.source + op.offset, op.inner);
@@ -132,9 +257,11 @@ void TsPass::Run() {
                     break;
             }
         }
+        // A range that stops short of the end leaves its odometers on the
+        // next chunk, where a following range takes them up.
         if (c + 1 == chunks) break;
         for (int k = 0; k < count; ++k) {
-            Operand& op = operands[size_t(k)];
+            Operand& op = ops[k];
             if (op.kind != fillOne) op.offset += NextChunk(op.outer);
         }
     }

@@ -17,6 +17,15 @@
 // chunk's total, taken once per chunk for all such sums and added up in four
 // interleaved partial sums: one addition per chunk instead of a chain of
 // thousands, and no less accurate than adding cell by cell.
+//
+// A large pass is cut in two at its middle chunk, and the second half runs on
+// a helper thread when one is free (see ts_side_thread.h). That half sums into
+// zeroed side copies of the targets, which are added to the targets once both
+// halves are done. A target that runs along the slowest dimension gets
+// disjoint cells from the two halves, but for the one slice of it that the
+// middle chunk may cut: only that slice is copied. Whether a pass is cut
+// depends on its shape only, never on the helper's being free, so a result
+// is the same to the last bit however the work was shared.
 #ifndef ORVIL_INFERENCE_TS_PASS_H
 #define ORVIL_INFERENCE_TS_PASS_H
 
@@ -67,12 +76,21 @@ public:
 private:
     struct Operand;
     Operand& Next(Kind kind, const int64_t* strides);
+    bool WorthSplitting() const;
+    int64_t SideCells(const Operand& op) const;
+    void AddSideSums();
+    void RunSplit();
+    static void RunSideHalf(void* pass);
+    static void RunFirstHalf(void* pass);
+    void RunRange(Operand* ops, double* start, int32_t first, int32_t last) const;
 
     struct Operand {
         Kind kind;
         const double* source;   // copyFrom, multiplyBy
         double* target;         // sumInto, copyInto
         std::ptrdiff_t offset;  // the operand's cell at the start of the current chunk
+        int64_t extent;         // sumInto, sumTotal: the target cells the pass can reach
+        int64_t topStride;      // its step along the top dimension, 0 if it has none
         TsOdometer inner[TsMatrix::maxDims + 2];
         TsOdometer outer[TsMatrix::maxDims + 2];
     };
@@ -81,9 +99,17 @@ private:
     int split = 0;        // dimensions 0 .. split - 1 make up a chunk
     int32_t chunk = 1;    // cells per chunk
     int32_t chunks = 1;   // chunks in the potential
+    int top = -1;         // the slowest dimension of more than one state
     int count = 0;
     std::vector<Operand> operands;
     std::vector<double> buffer;  // the chunk being built
+    // The second half of a split pass: its own operands, chunk and target sums.
+    int32_t middle = 0;   // the side half's first chunk
+    int32_t cut = 0;      // the top state that chunk falls in
+    int32_t shared = 0;   // the first chunk past that state
+    std::vector<Operand> sideOperands;
+    std::vector<double> sideBuffer;
+    std::vector<double> sideSums;
 };
 
 #endif
