@@ -11,6 +11,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
+#include <cstring>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -55,10 +57,19 @@ std::mutex makeLock;
 Helper* helper = nullptr;
 pid_t helperPid = 0;
 
-// The process's helper, made on first use; null on a single-core machine.
+// Whether the helper may be used: not on a single core, nor when the
+// environment variable ORVIL_THREADS says "1" (a server that runs many
+// updates side by side has no core to spare for it).
+bool HelperAllowed() {
+    const char* threads = std::getenv("ORVIL_THREADS");
+    if (threads != nullptr && std::strcmp(threads, "1") == 0) return false;
+    return std::thread::hardware_concurrency() > 1;
+}
+
+// The process's helper, made on first use; null when it is not allowed.
 Helper* GetHelper() {
-    static const bool twoCores = std::thread::hardware_concurrency() > 1;
-    if (!twoCores) return nullptr;
+    static const bool allowed = HelperAllowed();
+    if (!allowed) return nullptr;
     std::lock_guard<std::mutex> hold(makeLock);
     if (helper == nullptr || helperPid != getpid()) {
         Helper* inherited = helper;

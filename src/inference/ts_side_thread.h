@@ -6,7 +6,8 @@
 // process, takes the second half while the caller does the first. There is
 // only one: a pass that finds it busy (another network updating on another
 // thread) does both halves itself, so callers never wait on each other and
-// the result never depends on who got the helper.
+// the result never depends on who got the helper. Setting the environment
+// variable ORVIL_THREADS to 1 keeps all work on the caller's thread.
 #ifndef ORVIL_INFERENCE_TS_SIDE_THREAD_H
 #define ORVIL_INFERENCE_TS_SIDE_THREAD_H
 
