@@ -218,7 +218,7 @@ void TsPass::RunSideHalf(void* pass) {
     // cells again.
     for (int k = 0; k < p.count; ++k) {
         Operand& op = ops[k];
-        if (op.topStride == 0 || (op.kind != sumInto && op.kind != sumTotal)) continue;
+        if (op.topStride == 0 || p.SideCells(op) == 0) continue;
         op.offset += p.cut * op.topStride;
         op.target = p.operands[size_t(k)].target;
     }
