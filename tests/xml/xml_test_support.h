@@ -75,10 +75,6 @@ public:
     void OnUnknownAttribute(const char* element, const char* attribute, int line, int column) override {
         problems.push_back({"attribute", std::string(attribute) + " in " + element, line, column});
     }
-    int Count(const char* kind) const {
-        return static_cast<int>(std::count_if(problems.begin(), problems.end(),
-                                              [&](const Problem& p) { return p.kind == kind; }));
-    }
     std::vector<std::string> Texts() const {
         std::vector<std::string> texts;
         for (const Problem& p : problems) texts.push_back(p.text);
@@ -106,16 +102,6 @@ private:
     size_t next = 0;
     size_t pos = 0;
 };
-
-// Line (from 1) and column (from 0) of the first `needle` in plain ASCII
-// `text`, counted as expat counts them.
-inline std::pair<int, int> PositionOf(const std::string& text, const std::string& needle) {
-    std::string before = text.substr(0, text.find(needle));
-    size_t lineStart = before.rfind('\n');
-    int line = 1 + static_cast<int>(std::count(before.begin(), before.end(), '\n'));
-    int column = static_cast<int>(lineStart == std::string::npos ? before.size() : before.size() - lineStart - 1);
-    return {line, column};
-}
 
 }  // namespace xmltest
 

@@ -1,96 +1,66 @@
-// Text as handlers get it: UTF-8 from the document becomes Latin-1 with
-// "?" for what does not fit, entities are expanded as expat expands them,
-// and backslash sequences are undone on request.
+// Values as handlers get them: UTF-8 from the document becomes Latin-1 with
+// "?" for what does not fit, entities expand as expat expands them,
+// backslash sequences are undone on request, typed attributes come with
+// their defaults and messages, and list text arrives as whole items however
+// the input is cut into blocks.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "orvil/xmlreader.h"
 #include "xml/xml_text.h"
 #include "xml_test_support.h"
 
+using xmltest::EventLog;
 using xmltest::RecordingErrors;
 using xmltest::Tree;
 
 namespace {
 
-void AppendUtf8(std::string& out, unsigned long code) {
-    int extra = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-    static const unsigned char leads[] = {0x00, 0xC0, 0xE0, 0xF0};
-    out += static_cast<char>(leads[extra] | (code >> (6 * extra)));
-    for (int i = extra - 1; i >= 0; --i) out += static_cast<char>(0x80 | ((code >> (6 * i)) & 0x3F));
-}
+using Call = std::function<void(IXmlReader*)>;
 
-// A random text of characters XML allows, without markup characters, from
-// ASCII, the rest of Latin-1, the basic plane and beyond, in UTF-8, and
-// what the engine must hold of it.
-std::pair<std::string, std::string> RandomText(std::mt19937& rng) {
-    std::pair<std::string, std::string> text;
-    for (int i = static_cast<int>(rng() % 30); i > 0; --i) {
-        static const unsigned long bases[] = {0x20, 0xA0, 0x100, 0x10000};
-        static const unsigned long spans[] = {0x5F, 0x60, 0xD700, 0xFFFFF};
-        int kind = static_cast<int>(rng() % 4);
-        unsigned long code = bases[kind] + rng() % spans[kind];
-        if (code == '<' || code == '&' || code == '\'') continue;
-        AppendUtf8(text.first, code);
-        text.second += code < 256 ? static_cast<char>(code) : '?';
-    }
-    return text;
-}
-
-// Reads <d a=...>text</d>: the attribute `a` and the element's text as the
-// handler saw them.
-struct Reading {
-    bool ok = false;
-    std::string attribute, content, unescaped;
-    RecordingErrors errors;
-};
-
-Reading Read(const std::string& document) {
-    Reading result;
+// Reads `document`, whose root <d> may carry the attribute `a`, with
+// `start` and `end` in the handlers of <d>.
+bool ReadD(const std::string& document, RecordingErrors& errors, const Call& start, const Call& end = nullptr) {
     Tree tree;
     XmlBinding* d = tree.Add("d", 0);
     d->AddAttribute("a", false);
-    tree.HandlerOf(d).onStart = [&](IXmlReader* r) { r->GetAttribute("a", result.attribute); };
-    tree.HandlerOf(d).onEnd = [&](IXmlReader* r) {
-        result.content = r->GetContent();
-        r->GetUnescapedContent(result.unescaped);
-    };
+    tree.HandlerOf(d).onStart = start;
+    tree.HandlerOf(d).onEnd = end;
     XmlReader reader;
-    result.ok = reader.ParseString(document.c_str(), d, &result.errors);
+    return reader.ParseString(document.c_str(), d, &errors);
+}
+
+struct Reading {
+    bool ok = false;
+    std::string attribute, content;
+    RecordingErrors errors;
+};
+
+// The attribute `a` and the text of <d> as the handlers saw them.
+Reading Read(const std::string& document) {
+    Reading result;
+    result.ok = ReadD(
+        document, result.errors, [&](IXmlReader* r) { r->GetAttribute("a", result.attribute); },
+        [&](IXmlReader* r) { result.content = r->GetContent(); });
     return result;
 }
 
 }  // namespace
 
-TEST(XmlText, Utf8BecomesLatin1WithQuestionMarks) {
-    std::mt19937 rng(5);
-    for (int round = 0; round < 400; ++round) {
-        auto text = RandomText(rng);
-        std::string converted = text.first;
-        fromUTF8(converted);
-        ASSERT_EQ(converted, text.second);
-        auto other = RandomText(rng);
-        Reading r = Read("<d a='" + text.first + "'>" + other.first + "</d>");
-        ASSERT_TRUE(r.ok);
-        EXPECT_EQ(r.attribute, text.second);
-        EXPECT_EQ(r.content, other.second);
-    }
-    // Damaged sequences, which expat never delivers, still give "?".
-    const std::pair<std::string, std::string> damaged[] = {
-        {"x\xC3", "x?"}, {"\xC3x", "?x"}, {"\xE2\x82", "?"}, {"\x80\xBF", "??"},
-        {"\xF8\x88\x80\x80\x80", "?"}, {"\xC2\xA0\xC3\xBF", "\xA0\xFF"},
-    };
-    for (const auto& c : damaged) {
-        std::string text = c.first;
-        fromUTF8(text);
-        EXPECT_EQ(text, c.second) << c.first;
-    }
-}
-
-TEST(XmlText, EntitiesExpandAsExpatExpandsThem) {
-    Reading r = Read(
+TEST(XmlText, Latin1EntitiesAndBackslashSequences) {
+    // Code points from the edges of each length of UTF-8 sequence: each
+    // becomes its Latin-1 byte, or one "?" when it has none.
+    const std::string utf8 = "a\xC2\x80\xC2\xA0\xC3\xBF\xC4\x80\xDF\xBF"        // U+80, A0, FF, 100, 7FF
+                             "\xE0\xA0\x80\xEF\xBF\xBD\xF0\x90\x80\x80\xF4\x8F\xBF\xBFz";  // U+800, FFFD, 10000, 10FFFF
+    Reading r = Read("<d a='" + utf8 + "'>" + utf8 + "</d>");
+    ASSERT_TRUE(r.ok);
+    EXPECT_EQ(r.attribute, "a\x80\xA0\xFF??????z");
+    EXPECT_EQ(r.content, r.attribute);
+    r = Read(
         "<!DOCTYPE d [<!ENTITY who \"w&#248;rld\">]>"
         "<d a='&lt;&amp;&gt;&quot;&apos;&#65;&#x3A9;&who;'>&lt;a&gt; &#233;&#x20AC;&who;<![CDATA[&amp;]]></d>");
     ASSERT_TRUE(r.ok);
@@ -101,7 +71,6 @@ TEST(XmlText, EntitiesExpandAsExpatExpandsThem) {
     r = Read("<d a='x\ty\nz'>1\r\n2\r3</d>");
     EXPECT_EQ(r.attribute, "x y z");
     EXPECT_EQ(r.content, "1\n2\n3");
-
     const std::pair<const char*, const char*> refused[] = {
         {"<d>&nowhere;</d>", "undefined entity"},
         {"<d>&#0;</d>", "reference to invalid character number"},
@@ -110,33 +79,165 @@ TEST(XmlText, EntitiesExpandAsExpatExpandsThem) {
     for (const auto& c : refused) {
         r = Read(c.first);
         EXPECT_FALSE(r.ok) << c.first;
-        ASSERT_EQ(r.errors.problems.size(), 1u) << c.first;
-        EXPECT_EQ(r.errors.problems[0].text, c.second);
+        EXPECT_EQ(r.errors.Texts(), std::vector<std::string>{c.second});
     }
-}
-
-TEST(XmlText, UnescapingUndoesBackslashSequences) {
-    const std::pair<std::string, std::string> cases[] = {
-        {"a\\nb", "a\nb"}, {"\\q", "q"}, {"end\\", "end\\"}, {"\\\\n", "\\n"}, {"\\", "\\"},
+    const std::pair<std::string, std::string> escaped[] = {
+        {"a\\nb\\tc", "a\nb\tc"}, {"\\q", "q"}, {"end\\", "end\\"}, {"\\\\n", "\\n"}, {"\\", "\\"},
     };
-    for (const auto& c : cases) {
+    for (const auto& c : escaped) {
         std::string out = "stale";
         XmlUnescape(c.first, out);
         EXPECT_EQ(out, c.second) << c.first;
     }
-    // Escaping backslashes, newlines and tabs and unescaping after reading
-    // gives the text back.
-    std::mt19937 rng(8);
-    const char alphabet[] = {'a', 'n', 't', '\\', '\n', '\t', ' '};
-    for (int round = 0; round < 300; ++round) {
-        std::string original, escaped;
-        for (int i = static_cast<int>(rng() % 20); i > 0; --i) {
-            char c = alphabet[rng() % sizeof alphabet];
-            original += c;
-            escaped += c == '\n' ? "\\n" : c == '\t' ? "\\t" : c == '\\' ? "\\\\" : std::string(1, c);
+}
+
+namespace {
+
+template <typename T>
+struct Case {
+    const char* text;
+    bool ok;
+    T value;
+};
+
+// Each case read as the attribute of <d a="text"/> (<d/> for a null text),
+// which stands at line 2, column 2, with the default `fallback`: the
+// value, the result, and on failure the one error with its position.
+template <typename T, size_t N>
+void CheckReads(const Case<T> (&cases)[N], T fallback, const std::string& message) {
+    for (const Case<T>& c : cases) {
+        SCOPED_TRACE(c.text ? c.text : "(absent)");
+        const std::string document =
+            std::string("<?xml version='1.0'?>\n  <d") + (c.text ? std::string(" a=\"") + c.text + "\"" : "") + "/>";
+        RecordingErrors errors;
+        bool got = !c.ok;
+        T value{};
+        EXPECT_EQ(ReadD(document, errors, [&](IXmlReader* r) { got = r->GetAttribute("a", value, fallback); }), c.ok);
+        EXPECT_EQ(got, c.ok);
+        EXPECT_EQ(value, c.value);
+        if (c.ok) {
+            EXPECT_TRUE(errors.problems.empty());
+            continue;
         }
-        Reading r = Read("<d>" + escaped + "</d>");
-        ASSERT_TRUE(r.ok);
-        ASSERT_EQ(r.unescaped, original) << escaped;
+        ASSERT_EQ(errors.problems.size(), 1u);
+        EXPECT_EQ(errors.problems[0].text, message);
+        EXPECT_EQ(errors.problems[0].line, 2);
+        EXPECT_EQ(errors.problems[0].column, 2);
     }
+}
+
+}  // namespace
+
+// Trailing text after a number is refused only when the number is zero.
+TEST(XmlAttributes, BooleansNumbersAndVersions) {
+    const Case<bool> booleans[] = {{nullptr, true, true}, {"true", true, true}, {"false", true, false},
+                                   {"TRUE", false, true}, {"1", false, true},   {"", false, true}};
+    CheckReads(booleans, true, "'true' or 'false' expected as value of boolean attribute 'a'");
+    const Case<int> ints[] = {{nullptr, true, 42}, {"12", true, 12}, {"-7", true, -7},    {" 5", true, 5},
+                              {"12abc", true, 12}, {"3.9", true, 3}, {"", true, 0},       {"abc", false, 0},
+                              {"0abc", false, 0},  {"0 ", false, 0}, {"+0x", false, 0}};
+    CheckReads(ints, 42, "Integer value expected for attribute 'a'");
+    const Case<double> doubles[] = {{nullptr, true, 0.25}, {"1.5e3", true, 1500}, {"-0.125", true, -0.125},
+                                    {"2x", true, 2},       {"", true, 0},         {"x", false, 0},
+                                    {"0.0.1", false, 0},   {"-0e", false, 0}};
+    CheckReads(doubles, 0.25, "Floating point value expected for attribute 'a'");
+
+    // Versions: the text read against the one expected; only a newer one is
+    // refused, and what cannot be read as a number passes.
+    const Case<const char*> versions[] = {{"1.5", false, "1.0"}, {"0.9", true, "1.0"}, {"1", true, "1.0"},
+                                          {"1.0", true, "1"},    {"2", false, "1.0"},  {"abc", true, "1.0"},
+                                          {"1.01", false, "1.0"}};
+    for (const auto& c : versions) {
+        RecordingErrors errors;
+        bool result = !c.ok;
+        EXPECT_EQ(ReadD("<d/>", errors, [&](IXmlReader* r) { result = CheckVersion(r, c.text, c.value); }), c.ok);
+        EXPECT_EQ(result, c.ok) << c.text;
+        if (c.ok) continue;
+        const std::string message = std::string("Invalid version number '") + c.text + "', expected " + c.value;
+        EXPECT_EQ(errors.Texts(), std::vector<std::string>{message + "\n" + GetDownloadNewVersionMessage()});
+    }
+    const std::string download = GetDownloadNewVersionMessage();
+    EXPECT_EQ(download.rfind("Please download most recent version of ORVIL/Marlo from:\nhttp", 0), 0u);
+    EXPECT_FALSE(CheckVersion(nullptr, "3", "1.0"));
+    EXPECT_TRUE(CheckVersion(nullptr, nullptr, "1.0"));
+}
+
+namespace {
+
+// A random token as written in the document and as it must arrive: with
+// entities, Latin-1 letters and characters beyond Latin-1.
+std::pair<std::string, std::string> RandomToken(std::mt19937& rng) {
+    static const std::string plain = "abcxyz0123456789.-+eE_";
+    const char* written[] = {"&amp;", "\xC3\xA9", "\xE2\x82\xAC"};
+    const char* arrives[] = {"&", "\xE9", "?"};
+    std::pair<std::string, std::string> token;
+    for (int i = 1 + static_cast<int>(rng() % 12); i > 0; --i) {
+        const unsigned pick = rng() % 10;
+        token.first += pick < 3 ? written[pick] : std::string(1, plain[rng() % plain.size()]);
+        token.second += pick < 3 ? arrives[pick] : std::string(1, token.first.back());
+    }
+    return token;
+}
+
+}  // namespace
+
+// Random lists <v> in <r>, whitespace and block sizes: the items that
+// arrive are exactly the tokens written, and the end handler follows them.
+TEST(XmlLists, ItemsArriveWholeWhateverTheBlocks) {
+    const char* const separators[] = {" ", "\t", "\n", "  ", "\r\n", " \n\t "};
+    std::mt19937 rng(11);
+    for (int round = 0; round < 300; ++round) {
+        std::string text = "<r>";
+        EventLog expected = {"start r"};
+        for (int l = 1 + static_cast<int>(rng() % 3); l > 0; --l) {
+            text += "<v>";
+            expected.push_back("start v");
+            if (rng() % 2) text += separators[rng() % 6];
+            for (int i = 0, count = static_cast<int>(rng() % 40); i < count; ++i) {
+                const auto token = RandomToken(rng);
+                if (i > 0) text += separators[rng() % 6];
+                text += token.first;
+                expected.push_back("item v " + token.second);
+            }
+            if (rng() % 2) text += separators[rng() % 6];
+            text += "</v>";
+            expected.push_back("end v ");
+        }
+        text += "</r>";
+        expected.push_back("end r ");
+        std::vector<int> sizes;
+        for (int i = 0; i < 8; ++i) sizes.push_back(1 + static_cast<int>(rng() % (i % 2 ? 5 : 300)));
+        Tree tree;
+        XmlBinding* root = tree.Add("r", 0);
+        root->AddChild(tree.Add("v", 0, true), qel_xmlMultiple);
+        RecordingErrors errors;
+        XmlReader reader;
+        xmltest::PieceStream stream(text, sizes);
+        ASSERT_TRUE(reader.ParseStream(&stream, root, &errors)) << text;
+        EXPECT_TRUE(errors.problems.empty());
+        ASSERT_EQ(tree.log, expected) << text;
+    }
+}
+
+// A stop in an item ends the list and the document. The handler is the
+// template that calls members of any class.
+TEST(XmlLists, AStopInAnItemEndsTheDocument) {
+    struct Target {
+        std::vector<std::string> got;
+        void Start(IXmlReader*) { got.push_back("start"); }
+        void Item(IXmlReader* r) {
+            got.push_back(r->GetContent());
+            if (got.back() == "bad") r->StopParse("Can't read list of doubles, failed at element 3");
+        }
+    } target;
+    XmlReader reader;
+    XmlHandler<Target> list(&target, "v", 0, &Target::Start, nullptr, &Target::Item);
+    IXmlBinding* root = reader.CreateBinding(nullptr, "r", 0);
+    root->AddChild(&list, qel_xmlMultiple);
+    RecordingErrors errors;
+    EXPECT_FALSE(reader.ParseString("<r>\n<v>1 2 bad 4 5</v><v>6</v></r>", root, &errors));
+    ASSERT_EQ(errors.problems.size(), 1u);
+    EXPECT_EQ(errors.problems[0].line, 2);
+    EXPECT_EQ(target.got, (std::vector<std::string>{"start", "1", "2", "bad"}));
+    root->Delete();
 }
