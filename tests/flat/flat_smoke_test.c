@@ -2,7 +2,8 @@
  * The two smoke functions a build exports: test echoes its argument to
  * standard output, and the library's own main builds a one-node network
  * and writes "Woot!". The library's main is reached through the loaded
- * library itself, since this program's main shadows it.
+ * library itself, since this program's main shadows it. Standard output
+ * goes to a temporary file, read back at the end.
  * Exit status 0 when every check holds.
  */
 #define _POSIX_C_SOURCE 200809L
@@ -15,57 +16,30 @@
 #include "orvil/biorvil.h"
 #include "flat_check.h"
 
-/* Standard output of the calls between Capture and Release, into `text`. */
-static FILE* captured;
-static int savedOut;
-
-static void Capture(void)
-{
-    fflush(stdout);
-    captured = tmpfile();
-    savedOut = dup(STDOUT_FILENO);
-    dup2(fileno(captured), STDOUT_FILENO);
-}
-
-static void Release(char* text, size_t size)
-{
-    size_t length;
-
-    fflush(stdout);
-    dup2(savedOut, STDOUT_FILENO);
-    close(savedOut);
-    rewind(captured);
-    length = fread(text, 1, size - 1, captured);
-    text[length] = '\0';
-    fclose(captured);
-}
-
 int main(void)
 {
     static const char word[] = "echo me";
     char text[64];
-    const char* back;
-    void* library;
-    int (*libraryMain)(void);
+    FILE* captured = tmpfile();
+    void* library = dlopen("liborvil.so.0", RTLD_NOW | RTLD_NOLOAD);
+    int (*libraryMain)(void) = NULL;
 
-    Capture();
-    back = test(word);
-    Release(text, sizeof text);
-    CHECK(back == word);
-    CHECK(strcmp(text, "echo me\n") == 0);
-
-    library = dlopen("liborvil.so.0", RTLD_NOW | RTLD_NOLOAD);
-    CHECK(library != NULL);
-    if (library != NULL) {
-        *(void**)&libraryMain = dlsym(library, "main");
-        CHECK(libraryMain != NULL && libraryMain != main);
-        if (libraryMain != NULL && libraryMain != main) {
-            Capture();
-            CHECK(libraryMain() == 0);
-            Release(text, sizeof text);
-            CHECK(strcmp(text, "Woot!\n") == 0);
-        }
-        dlclose(library);
-    }
+    CHECK(captured != NULL && library != NULL);
+    if (captured == NULL || library == NULL)
+        return 1;
+    *(void**)&libraryMain = dlsym(library, "main");
+    CHECK(libraryMain != NULL && libraryMain != main);
+    if (libraryMain == NULL || libraryMain == main)
+        return 1;
+    fflush(stdout);
+    dup2(fileno(captured), STDOUT_FILENO);
+    CHECK(test(word) == word);
+    CHECK(libraryMain() == 0);
+    fflush(stdout);
+    rewind(captured);
+    text[fread(text, 1, sizeof text - 1, captured)] = '\0';
+    CHECK(strcmp(text, "echo me\nWoot!\n") == 0);
+    fclose(captured);
+    dlclose(library);
     return failures == 0 ? 0 : 1;
 }
