@@ -1,10 +1,8 @@
-// The reader against binding trees: which elements and attributes are
-// accepted, warned about or refused, in what order handlers run, how flags
-// pass down, that the first error ends the document, inputs that cannot be
-// read, and what the standard error handler makes of it all in the
-// process-wide log. Damaged documents are left to the native-format tests,
-// which read every cut and random mutations of saved models through this
-// reader.
+// The reader against binding trees: what is accepted, warned about or
+// refused, the order of handlers, how flags pass down, that the first error
+// ends the document, inputs that cannot be read, and what the standard
+// error handler logs. Damaged documents are left to the native-format tests
+// (every cut of a saved model) and to the reader's fuzz target.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -126,7 +124,6 @@ TEST(XmlStructure, FlagsPassDownThroughInheritingElements) {
         {0, qel_xmlStrictAttributes, qel_xmlInherit, {oddError}},
         // Only exactly 4 inherits: 5 and 6 are plain bits.
         {0, 0, qel_xmlInherit | qel_xmlStrictAttributes, {oddError}},
-        {qel_xmlInherit, qel_xmlInherit, qel_xmlInherit | qel_xmlStrictChildren, {warning, strayError}},
     };
     for (const Case& k : cases) {
         SCOPED_TRACE(std::to_string(k.a) + " " + std::to_string(k.b) + " " + std::to_string(k.c));
@@ -201,11 +198,6 @@ TEST(XmlReader, FilesAndInputsThatCannotBeRead) {
         "unclosed token", "no element found", "Can't open file /nonexistent/dir/model.xml", "No input to read",
         "No root binding to read the document by", "Can't read the input", "The reader is already reading a document"};
     EXPECT_EQ(errors.Texts(), expected);
-    const int lines[] = {2, 1, 0, 0, 0, 2, 0}, columns[] = {2, 0, 0, 0, 0, 2, 0};
-    for (size_t i = 0; i < errors.problems.size() && i < 7; ++i) {
-        EXPECT_EQ(errors.problems[i].line, lines[i]) << i;
-        EXPECT_EQ(errors.problems[i].column, columns[i]) << i;
-    }
 }
 
 namespace {

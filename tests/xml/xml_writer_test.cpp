@@ -1,6 +1,5 @@
 // The XML writer's exact layout and escaping. That the reader gives back
-// what the writer wrote is left to the native-format round trips, which
-// write awkward text of every kind through it.
+// what it wrote is left to the native round trips of awkward text.
 #include <gtest/gtest.h>
 
 #include <string>
