@@ -1,11 +1,9 @@
-// QEL_bifSpeaker against real and random networks: posteriors of what a
-// read builds against a reference engine, ids made from names that are no
-// identifiers, older forms of the grammar, writes that read back to the
-// same network, and damaged input logged with its status, line and message
-// while the network stays as it was.
+// QEL_bifSpeaker: posteriors of what a read builds against a reference
+// engine, ids made from names that are no identifiers, older forms of the
+// grammar, writes that read back to the same network, and damaged input
+// logged with its status, line and message, the network left as it was.
 #include "../../bench/json_lite.h"
 #include "brute_force.h"
-#include "random_network.h"
 
 #include "orvil/bif.h"
 #include "orvil/dmatrix.h"
@@ -26,7 +24,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -82,78 +79,46 @@ std::string Describe(QEL_network& net, bool tables = true)
     return text;
 }
 
-// One evidence case of NAME.cases.json joined with its line of
-// NAME.ref.jsonl: states by name, posteriors in the order of the BIF file.
-struct ReferenceCase {
-    std::string id;
-    std::map<std::string, std::string> evidence;
-    std::map<std::string, std::vector<double>> posteriors;
-    double logProbEvidence = 0.0;
-};
-
-std::vector<ReferenceCase> LoadReferenceCases(const std::string& network)
-{
-    std::map<std::string, ReferenceCase> byId;
-    json_lite::JsonValue cases;
-    std::string error;
-    if (!json_lite::ParseJson(ReadDataFile(network + ".cases.json"), cases, error) || !cases.Find("cases"))
-        return {};
-    for (const json_lite::JsonValue& item : cases.Find("cases")->items) {
-        ReferenceCase& entry = byId[item.Find("id")->text];
-        entry.id = item.Find("id")->text;
-        for (const auto& member : item.Find("evidence")->members)
-            entry.evidence[member.first] = member.second.text;
-    }
-    std::vector<ReferenceCase> result;
-    std::istringstream lines(ReadDataFile(network + ".ref.jsonl"));
-    std::string line;
-    while (std::getline(lines, line)) {
-        json_lite::JsonValue reference;
-        if (!json_lite::ParseJson(line, reference, error))
-            continue;
-        auto found = byId.find(reference.Find("id")->text);
-        if (found == byId.end())
-            continue;
-        for (const auto& member : reference.Find("posteriors")->members)
-            for (const json_lite::JsonValue& p : member.second.items)
-                found->second.posteriors[member.first].push_back(p.number);
-        found->second.logProbEvidence = reference.Find("log_pe")->number;
-        result.push_back(found->second);
-    }
-    return result;
-}
-
 // Posteriors by enumeration over the tables of the engine's own nodes,
-// against those an independent engine computed for the same files and
-// cases. Agreement shows that every table landed in the engine's layout,
-// parents in order and the child's states fastest, from the row form and
-// from the compact table form alike.
+// against those an independent engine computed for the same files and the
+// cases of NAME.cases.json (NAME.ref.jsonl holds a line per case, in the
+// same order). Agreement shows that every table landed in the engine's
+// layout, parents in order and the child's states fastest, from the row
+// form and from the compact table form alike.
 TEST(BifSpeaker, NetworkPosteriorsMatchTheReferenceEngine)
 {
-    for (const char* file : {"cancer.bif", "cancer_table.bif", "asia.bif", "earthquake.bif", "sachs.bif"}) {
+    for (const std::string file : {"cancer.bif", "cancer_table.bif", "asia.bif", "earthquake.bif", "sachs.bif"}) {
         QEL_network net;
         ASSERT_EQ(QEL_bifSpeaker(&net).ReadNetworkFromString(ReadDataFile(file).c_str()), 0) << file;
-        const std::string reference = std::string(file).substr(0, std::string(file).find_first_of("_."));
-        const std::vector<ReferenceCase> cases = LoadReferenceCases(reference);
-        ASSERT_GE(cases.size(), 6u) << reference;
-        for (const ReferenceCase& c : cases) {
+        const std::string name = file.substr(0, file.find_first_of("_."));
+        json_lite::JsonValue cases;
+        std::string error;
+        ASSERT_TRUE(json_lite::ParseJson(ReadDataFile(name + ".cases.json"), cases, error)) << error;
+        std::istringstream lines(ReadDataFile(name + ".ref.jsonl"));
+        size_t count = 0;
+        for (std::string line; std::getline(lines, line); ++count) {
+            json_lite::JsonValue expected;
+            ASSERT_TRUE(json_lite::ParseJson(line, expected, error)) << error;
+            const json_lite::JsonValue& c = cases.Find("cases")->items.at(count);
+            ASSERT_EQ(c.Find("id")->text, expected.Find("id")->text);
             orvil_test::BruteModel model = orvil_test::BruteModelFromNetwork(net);
-            for (const auto& [id, state] : c.evidence) {
+            for (const auto& [id, state] : c.Find("evidence")->members) {
                 const int handle = net.FindNode(id.c_str());
                 const std::vector<std::string> outcomes = Outcomes(net, handle);
                 model.vars[model.IndexOfHandle(handle)].evidence =
-                    static_cast<int>(std::find(outcomes.begin(), outcomes.end(), state) - outcomes.begin());
+                    static_cast<int>(std::find(outcomes.begin(), outcomes.end(), state.text) - outcomes.begin());
             }
             const orvil_test::BruteResult result = orvil_test::BruteForce(model);
             ASSERT_TRUE(result.ok);
-            EXPECT_NEAR(std::log(result.probEvidence), c.logProbEvidence, 1e-8) << c.id;
-            for (const auto& [id, posterior] : c.posteriors) {
+            EXPECT_NEAR(std::log(result.probEvidence), expected.Find("log_pe")->number, 1e-8) << line;
+            for (const auto& [id, posterior] : expected.Find("posteriors")->members) {
                 const std::vector<double>& got = result.posteriors[model.IndexOfHandle(net.FindNode(id.c_str()))];
-                ASSERT_EQ(got.size(), posterior.size());
+                ASSERT_EQ(got.size(), posterior.items.size());
                 for (size_t s = 0; s < got.size(); ++s)
-                    EXPECT_NEAR(got[s], posterior[s], 1e-8) << file << " " << c.id << " " << id;
+                    EXPECT_NEAR(got[s], posterior.items[s].number, 1e-8) << file << " " << line;
             }
         }
+        EXPECT_GE(count, 6u) << name;
     }
 }
 
@@ -168,7 +133,8 @@ TEST(BifSpeaker, NamesBecomeIdsAndOlderGrammarReads)
         "NETWORK \"Dog Problem\" { property \"version = 0.15; draft\" ; }\n"
         "variable \"light-on\" {\n  type discrete[2] { \"true\" \"false\" };\n}\n"
         "variable family { TYPE Discrete [ 2 ] { true, false } }\n"
-        "variable \"a b\" { type discrete [ 2 ] { \"1\", \"1.\" }; property note =  a = b ; property label \"x y\"; }\n"
+        "variable \"a b\" { type discrete [ 2 ] { \"<5\", \"1.\" };\n"
+        "  property note =  a = b ; property label \"x y\"; }\n"
         "variable a-b { type discrete [ 2 ] { x, y }; }\n"
         "variable a_b { type discrete [ 2 ] { x, y }; }\n"
         "probability ( \"light-on\" \"family\" ) { //2 variable(s)\n  table 0.6 0.05 0.4 0.95 ;\n};\n"
@@ -178,7 +144,7 @@ TEST(BifSpeaker, NamesBecomeIdsAndOlderGrammarReads)
         "probability ( a_b | a-b ) { default 0.5, 0.5; }\n";
     ASSERT_EQ(QEL_bifSpeaker(&net).ReadNetworkFromString(text), 0) << QEL_errorH().GetLastErrorMessage();
     EXPECT_EQ(Describe(net, false), "\nlight_on light-on | true false | family\nfamily family | true false |"
-                                    "\na_b2 a b | x1/1 x1_/1. |\na_b3 a-b | x y | a_b2\na_b a_b | x y | a_b3");
+                                    "\na_b2 a b | x_5/<5 x1_/1. |\na_b3 a-b | x y | a_b2\na_b a_b | x y | a_b3");
     EXPECT_EQ(Table(net, net.FindNode("light_on")), (std::vector<double>{0.6, 0.4, 0.05, 0.95}));
     EXPECT_EQ(Table(net, net.FindNode("family")), (std::vector<double>{0.15, 0.85}));
     EXPECT_STREQ(net.GetHeader().GetId(), "Dog_Problem");
@@ -204,27 +170,16 @@ void ExpectRoundTrip(QEL_network& net)
 }
 
 // Files, whose states that are no identifiers must come back as written,
-// and networks built through the engine's calls with a hole in the handle
-// table and full-precision tables.
+// and one with a hole in its handle table.
 TEST(BifSpeaker, WrittenNetworksReadBackUnchanged)
 {
-    for (const char* file : {"child.bif", "alarm.bif", "asia.bif"}) {
+    for (const std::string file : {"child.bif", "alarm.bif", "asia.bif"}) {
         SCOPED_TRACE(file);
         QEL_network net;
         ASSERT_EQ(QEL_bifSpeaker(&net).ReadNetworkFromString(ReadDataFile(file).c_str()), 0);
-        ExpectRoundTrip(net);
-    }
-    QEL_network child;
-    ASSERT_EQ(QEL_bifSpeaker(&child).ReadNetworkFromString(ReadDataFile("child.bif").c_str()), 0);
-    EXPECT_EQ(Outcomes(child, child.FindNode("LowerBodyO2")), (std::vector<std::string>{"x_5", "x5_12", "x12_"}));
-    for (unsigned seed = 1; seed <= 30; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        orvil_test::RandomNetworkOptions options;
-        options.nodes = 2 + static_cast<int>(seed % 8);
-        QEL_network net;
-        const std::vector<int> handles = orvil_test::BuildRandomNetwork(net, seed, options);
-        ASSERT_FALSE(handles.empty());
-        ASSERT_EQ(net.DeleteNode(handles[seed % handles.size()]), 0);
+        if (file == "alarm.bif") {
+            ASSERT_EQ(net.DeleteNode(net.GetNextNode(net.GetFirstNode())), 0);
+        }
         ExpectRoundTrip(net);
     }
 }
@@ -261,8 +216,9 @@ std::vector<DamagedText> DamagedTexts()
                           "}\n";                          // 15
     const std::string full = head + b;
     return {
-        {"only a comment", "// nothing here\n", -128, 2, "no network, variable or probability block"},
-        {"truncated inside a row", full.substr(0, full.find("0.1, 0.8")), -128, 14, "found end of file"},
+        {"only a comment", "// nothing here\n", -128, 2, "the text holds no network, variable or probability block"},
+        {"truncated inside a row", full.substr(0, full.find("0.1, 0.8")), -128, 14,
+         "expected a probability but found end of file"},
         {"control character", head + "probability ( b | a ) {\n  (yes) 0.2,\x01 0.3, 0.5;\n", -126, 13,
          "unknown character 0x01"},
         {"unclosed comment", head + "/* left open\n" + b, -128, 12, "comment opened here is not closed"},
@@ -286,7 +242,7 @@ std::vector<DamagedText> DamagedTexts()
         {"too many table values", head + "probability ( b | a ) {\n  table 0.2, 0.3, 0.5, 0.1, 0.1, 0.8, 0.0;\n}\n",
          -129, 13, "the table of 'b' has 7 values, expected 6"},
         {"missing configuration", head + "probability ( b | a ) {\n  (yes) 0.2, 0.3, 0.5;\n}\n", -129, 12,
-         "gives no values for 1 of 2 parent configurations, the first being (no)"},
+         "the probability block of 'b' gives no values for 1 of 2 parent configurations, the first being (no)"},
         {"repeated configuration",
          head + "probability ( b | a ) {\n  (yes) 0.2, 0.3, 0.5;\n  (yes) 0.1, 0.1, 0.8;\n}\n", -129, 14,
          "parent states (yes) of 'b' are given twice"},
@@ -329,16 +285,11 @@ TEST(BifSpeaker, DamagedTextIsLoggedWithItsLineAndChangesNothing)
         EXPECT_EQ(status, damaged.code) << damaged.what;
         ASSERT_EQ(QEL_errorH().GetNumberOfErrors(), 1) << damaged.what;
         EXPECT_EQ(QEL_errorH().GetLastError(), damaged.code);
-        const std::string message = QEL_errorH().GetLastErrorMessage();
-        EXPECT_EQ(message.rfind("line " + std::to_string(damaged.line) + ": ", 0), 0u) << message;
-        EXPECT_NE(message.find(damaged.saying), std::string::npos) << message;
+        EXPECT_EQ(QEL_errorH().GetLastErrorMessage(), "line " + std::to_string(damaged.line) + ": " + damaged.saying);
         EXPECT_EQ(Describe(net), before) << damaged.what;
     }
     const std::string path = (std::filesystem::temp_directory_path() / "orvil_bif_damaged.bif").string();
-    FILE* file = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(file, nullptr);
-    std::fputs("variable a {\n  type discrete [ 2 ] { x, x };\n}\n", file);
-    std::fclose(file);
+    std::ofstream(path) << "variable a {\n  type discrete [ 2 ] { x, x };\n}\n";
     EXPECT_EQ(speaker.ReadNetwork(path.c_str()), -32);
     EXPECT_EQ(std::string(QEL_errorH().GetLastErrorMessage()).rfind(path + ": line 2: ", 0), 0u);
     std::remove(path.c_str());
@@ -346,16 +297,10 @@ TEST(BifSpeaker, DamagedTextIsLoggedWithItsLineAndChangesNothing)
     EXPECT_EQ(speaker.WriteNetwork("/nonexistent-directory/x.bif"), -101);
     EXPECT_EQ(speaker.ReadNetworkFromString(nullptr), -2);
     EXPECT_EQ(Describe(net), before);
-}
-
-// A node with no table of probabilities cannot be written.
-TEST(BifSpeaker, WritesOnlyNodesWithDiscreteTables)
-{
-    QEL_network net;
-    ASSERT_GE(net.AddNode(qel_listType, "choice"), 0);
+    // A node with no table of probabilities cannot be written.
     std::string text;
-    QEL_errorH().Flush();
-    EXPECT_EQ(QEL_bifSpeaker(&net).WriteNetworkToString(text), -51);
+    ASSERT_GE(net.AddNode(qel_listType, "choice"), 0);
+    EXPECT_EQ(speaker.WriteNetworkToString(text), -51);
     EXPECT_EQ(QEL_errorH().GetLastError(), -51);
     EXPECT_NE(std::string(QEL_errorH().GetLastErrorMessage()).find("'choice'"), std::string::npos);
 }
