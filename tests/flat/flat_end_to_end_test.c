@@ -1,9 +1,8 @@
 /*
- * The flat interface driven end to end, as a binding would drive it: the
- * eight-node chest clinic model ("asia") is built call by call, evidence is
- * entered and beliefs are compared with published posteriors; then the
- * network is written to a BIF file and read back, and failed reads are
- * found in the error log. Exit status 0 when every check holds.
+ * The flat interface end to end, as a binding drives it: the chest clinic
+ * model ("asia") built call by call, beliefs against published posteriors,
+ * a BIF file written and read back, failed reads found in the error log.
+ * Exit status 0 when every check holds.
  */
 #include <stdio.h>
 #include <string.h>

@@ -1,11 +1,9 @@
 /*
- * The network family of the flat interface, driven from C as a binding
- * would drive it: building, arcs and their refusals, lookups, listing,
- * deletion, and the quirks of AddNode. The graph rules themselves are
- * checked against a model in the core tests; here each call is shown to
- * reach them from C. Exit status 0 when every check holds.
+ * The network calls of the flat interface, driven from C: arcs and their
+ * refusals, lookups, listing, deletion and the quirks of AddNode. The graph
+ * rules are checked in the core tests; here each call is shown to reach
+ * them. Exit status 0 when every check holds.
  */
-#include <stdio.h>
 #include <string.h>
 
 #include "orvil/biorvil.h"
