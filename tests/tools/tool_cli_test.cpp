@@ -1,10 +1,7 @@
-// The `orvil` tool, run as a process the way a user runs it: posteriors
-// against enumeration of the joint under random evidence, the model and
-// join-tree figures against properties every join tree has, one-line
-// failures for every kind of bad input, and BIF conversion round trips.
-//
-// The tool is built beside the test directory: build/orvil next to
-// build/tests/orvil_test_tools.
+// The `orvil` tool, run as a process (build/orvil beside build/tests) the
+// way a user runs it: posteriors of files and their conversions against
+// enumeration under random evidence, model and join-tree figures against
+// properties every join tree has, and one-line failures for bad input.
 #include "../../bench/json_lite.h"
 #include "brute_force.h"
 
@@ -20,7 +17,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -30,13 +26,11 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using json_lite::JsonValue;
 
 struct Outcome {
     int exitCode = -1;
-    std::string out;
-    std::string err;
+    std::string out, err;
 };
 
 std::string Data(const std::string& name)
@@ -44,53 +38,40 @@ std::string Data(const std::string& name)
     return std::string(ORVIL_TEST_DATA_DIR) + "/" + name;
 }
 
-// A file name of this process in the temporary directory; the files are
-// removed when the process ends.
+// A file name in a directory of this process's own, removed when it ends.
 std::string Scratch(const std::string& name)
 {
-    struct Files {
-        std::vector<std::string> paths;
-        ~Files()
-        {
-            for (const std::string& p : paths)
-                std::remove(p.c_str());
-        }
-    };
-    static Files files;
-    files.paths.push_back(testing::TempDir() + "orvil_tool_" + std::to_string(getpid()) + "_" + name);
-    return files.paths.back();
+    static const struct Directory {
+        std::filesystem::path path = testing::TempDir() + "orvil_tool_" + std::to_string(getpid());
+        Directory() { std::filesystem::create_directories(path); }
+        ~Directory() { std::filesystem::remove_all(path); }
+    } directory;
+    return (directory.path / name).string();
 }
 
 std::string Slurp(const std::string& path)
 {
-    std::ifstream in(path, std::ios::binary);
     std::stringstream s;
-    s << in.rdbuf();
+    s << std::ifstream(path, std::ios::binary).rdbuf();
     return s.str();
-}
-
-std::string Quoted(const std::string& word)
-{
-    std::string out = "'";
-    for (char c : word)
-        out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return out + "'";
 }
 
 Outcome RunTool(const std::vector<std::string>& args)
 {
-    static const fs::path tool = fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "orvil";
-    std::string outFile = Scratch("stdout"), errFile = Scratch("stderr");
-    std::string command = Quoted(tool.string());
+    static const std::filesystem::path tool =
+        std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path() / "orvil";
+    auto quoted = [](const std::string& word) {
+        std::string out = "'";
+        for (char c : word)
+            out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+        return out + "'";
+    };
+    const std::string outFile = Scratch("stdout"), errFile = Scratch("stderr");
+    std::string command = quoted(tool.string());
     for (const std::string& a : args)
-        command += " " + Quoted(a);
-    command += " >" + Quoted(outFile) + " 2>" + Quoted(errFile);
-    int status = std::system(command.c_str());
-    Outcome o;
-    o.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    o.out = Slurp(outFile);
-    o.err = Slurp(errFile);
-    return o;
+        command += " " + quoted(a);
+    const int status = std::system((command + " >" + quoted(outFile) + " 2>" + quoted(errFile)).c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(outFile), Slurp(errFile)};
 }
 
 JsonValue ParseOut(const Outcome& o)
@@ -110,61 +91,58 @@ std::vector<std::string> States(QEL_network& net, int h)
     return names;
 }
 
-bool Load(QEL_network& net, const std::string& file)
-{
-    return net.ReadFile(Data(file).c_str(), 0, nullptr) == 0;
-}
-
-// Evidence on a random share of the nodes and, now and then, one likelihood
-// vector with positive weights; the model's enumeration against the tool's
-// JSON. Impossible evidence must fail cleanly instead.
+// Evidence on a random share of the nodes and, in odd rounds, likelihood
+// vectors with positive weights; the model's enumeration against the
+// tool's JSON, from the file itself, from its conversion to the native
+// format, and from that converted back to BIF. Impossible evidence must
+// fail cleanly instead. A second BIF conversion changes no byte.
 TEST(ToolInfer, PosteriorsMatchEnumerationUnderRandomEvidence)
 {
     std::mt19937 rng(20240611);
-    for (const char* file : {"asia.bif", "cancer.bif", "earthquake.bif", "sachs.bif"}) {
+    for (const std::string name : {"asia", "earthquake", "sachs"}) {
+        const std::vector<std::string> models = {Data(name + ".bif"), Scratch(name + ".xqel"), Scratch(name + ".bif")};
+        for (size_t i = 1; i <= 3; ++i) {
+            const Outcome o = RunTool({"convert", models[i - 1], i < 3 ? models[i] : Scratch("again.bif")});
+            EXPECT_EQ(o.exitCode, 0) << o.err;
+            EXPECT_EQ(o.out + o.err, "");
+        }
+        EXPECT_EQ(Slurp(Scratch("again.bif")), Slurp(models[2]));
         QEL_network net;
-        ASSERT_TRUE(Load(net, file)) << file;
-        std::vector<int> handles;
-        for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h))
-            handles.push_back(h);
+        ASSERT_EQ(net.ReadFile(models[0].c_str(), 0, nullptr), 0) << name;
         for (int round = 0; round < 6; ++round) {
+            SCOPED_TRACE(name + " round " + std::to_string(round));
             orvil_test::BruteModel model = orvil_test::BruteModelFromNetwork(net);
-            std::vector<std::string> args = {"infer", Data(file), "--json"};
-            for (int h : handles) {
+            std::vector<std::string> args = {"infer", models[round % 3], "--json"};
+            for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
                 orvil_test::BruteVariable& v = model.vars[model.IndexOfHandle(h)];
+                std::string item = std::string(net.GetNode(h)->GetId()) + "=";
                 if (rng() % 4 == 0) {
                     v.evidence = static_cast<int>(rng() % v.states);
-                    args.push_back("-e");
-                    args.push_back(std::string(net.GetNode(h)->GetId()) + "=" + States(net, h)[v.evidence]);
+                    args.insert(args.end(), {"-e", item + States(net, h)[v.evidence]});
                 } else if (round % 2 == 1 && rng() % 6 == 0) {
-                    std::string weights;
                     for (int s = 0; s < v.states; ++s) {
                         v.likelihood.push_back(0.05 + (rng() % 100) / 100.0);
-                        weights += (s > 0 ? "," : "") + std::to_string(v.likelihood.back());
+                        item += (s > 0 ? "," : "") + std::to_string(v.likelihood.back());
                     }
-                    args.push_back("--virtual");
-                    args.push_back(std::string(net.GetNode(h)->GetId()) + "=" + weights);
+                    args.insert(args.end(), {"--virtual", item});
                 }
             }
-            SCOPED_TRACE(file + std::string(" round ") + std::to_string(round));
-            orvil_test::BruteResult truth = orvil_test::BruteForce(model);
+            const orvil_test::BruteResult truth = orvil_test::BruteForce(model);
             ASSERT_TRUE(truth.ok);
-            Outcome o = RunTool(args);
+            const Outcome o = RunTool(args);
             if (truth.probEvidence == 0.0) {
                 EXPECT_EQ(o.exitCode, 1);
                 EXPECT_EQ(std::count(o.err.begin(), o.err.end(), '\n'), 1) << o.err;
                 continue;
             }
             ASSERT_EQ(o.exitCode, 0) << o.err;
-            JsonValue doc = ParseOut(o);
+            const JsonValue doc = ParseOut(o);
             bool anyVirtual = false;
-            for (int h : handles) {
-                const orvil_test::BruteVariable& v = model.vars[model.IndexOfHandle(h)];
-                anyVirtual = anyVirtual || !v.likelihood.empty();
+            for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
+                anyVirtual = anyVirtual || !model.vars[model.IndexOfHandle(h)].likelihood.empty();
                 const JsonValue* node = doc.Find("posteriors")->Find(net.GetNode(h)->GetId());
-                ASSERT_NE(node, nullptr);
                 const std::vector<double>& expected = truth.posteriors[model.IndexOfHandle(h)];
-                ASSERT_EQ(node->members.size(), expected.size());
+                ASSERT_TRUE(node != nullptr && node->members.size() == expected.size());
                 for (size_t s = 0; s < expected.size(); ++s) {
                     EXPECT_EQ(node->members[s].first, States(net, h)[s]);
                     EXPECT_NEAR(node->members[s].second.number, expected[s], 1e-9);
@@ -174,58 +152,44 @@ TEST(ToolInfer, PosteriorsMatchEnumerationUnderRandomEvidence)
             // files' columns sum to 1 only to about 1e-7, and the engine may
             // leave out nodes that cannot matter, whose columns enumeration
             // still multiplies in: hence the looser bound.
-            const JsonValue* pe = doc.Find("probability_of_evidence");
-            const JsonValue* logPe = doc.Find("log_probability_of_evidence");
-            ASSERT_EQ(pe->kind, JsonValue::kNumber);
-            EXPECT_NEAR(std::log(pe->number), logPe->number, 1e-12);
-            if (!anyVirtual) {
-                EXPECT_NEAR(pe->number / truth.probEvidence, 1.0, 1e-6);
-            }
+            const double pe = doc.Find("probability_of_evidence")->number;
+            EXPECT_NEAR(std::log(pe), doc.Find("log_probability_of_evidence")->number, 1e-12);
+            EXPECT_TRUE(anyVirtual || std::fabs(pe / truth.probEvidence - 1.0) < 1e-6) << pe;
         }
     }
 }
 
-// The table shows the targets in the order asked, every state on its own
-// line, the probability column at one offset; its figures are the JSON's.
-// Names may be the file's original text of a state that had to be renamed.
+// The table shows the targets in the order asked, one state a line, the
+// probability column at one offset, with the JSON's figures. A state may
+// be named by the file's original text where it had to be renamed.
 TEST(ToolInfer, TableAndOriginalNamesAgreeWithJson)
 {
     std::vector<std::string> args = {"infer", Data("asia.bif"), "-e", "xray=yes", "-t", "dysp", "either"};
-    Outcome table = RunTool(args);
+    const Outcome table = RunTool(args);
     ASSERT_EQ(table.exitCode, 0) << table.err;
     args.push_back("--json");
-    JsonValue doc = ParseOut(RunTool(args));
+    const JsonValue doc = ParseOut(RunTool(args));
     std::istringstream lines(table.out);
-    std::string line;
+    std::string line, node, state;
     std::getline(lines, line);
-    size_t column = line.find("probability");
-    ASSERT_NE(column, std::string::npos);
-    std::vector<std::string> order;
+    const size_t column = line.find("probability");
+    std::vector<std::string> nodes;
     while (std::getline(lines, line)) {
-        std::istringstream words(line);
-        std::string node, state;
         double p = -1.0;
-        words >> node >> state >> p;
+        std::istringstream(line) >> node >> state >> p;
         EXPECT_EQ(line.find_first_not_of(' ', column - 1), column) << line;
-        if (order.empty() || order.back() != node)
-            order.push_back(node);
+        nodes.push_back(node);
         EXPECT_NEAR(p, doc.Find("posteriors")->Find(node)->Find(state)->number, 5e-7);
     }
-    EXPECT_EQ(order, (std::vector<std::string>{"dysp", "either"}));
+    EXPECT_EQ(nodes, (std::vector<std::string>{"dysp", "dysp", "either", "either"}));
 
-    // child.bif has states such as "5-12", which are no identifiers.
-    QEL_network net;
-    ASSERT_TRUE(Load(net, "child.bif"));
-    int node = net.FindNode("RUQO2");
-    ASSERT_GE(node, 0);
-    std::string id = States(net, node)[1];
-    ASSERT_NE(id, "5-12");
-    Outcome byLabel = RunTool({"infer", Data("child.bif"), "-e", "RUQO2=5-12", "--json"});
-    Outcome byId = RunTool({"infer", Data("child.bif"), "-e", "RUQO2=" + id, "--json"});
+    // child.bif's RUQO2 has the state "5-12", which is no identifier.
+    const Outcome byLabel = RunTool({"infer", Data("child.bif"), "-e", "RUQO2=5-12", "--json"});
     ASSERT_EQ(byLabel.exitCode, 0) << byLabel.err;
-    EXPECT_EQ(byLabel.out, byId.out);
+    EXPECT_EQ(byLabel.out, RunTool({"infer", Data("child.bif"), "-e", "RUQO2=x5_12", "--json"}).out);
 }
 
+// The number after "key:" (after `after`, when given, further on).
 int Figure(const std::string& text, const std::string& key, const std::string& after = "")
 {
     size_t at = text.find(key + ":");
@@ -241,45 +205,38 @@ int Figure(const std::string& text, const std::string& key, const std::string& a
 // parent set.
 TEST(ToolInfo, FiguresAgreeWithTheModelAndBoundTheJoinTree)
 {
-    for (const char* file : {"asia.bif", "child.bif", "alarm.bif", "sachs.bif"}) {
+    for (const char* file : {"asia.bif", "child.bif", "alarm.bif"}) {
         SCOPED_TRACE(file);
         QEL_network net;
-        ASSERT_TRUE(Load(net, file));
+        ASSERT_EQ(net.ReadFile(Data(file).c_str(), 0, nullptr), 0);
         int arcs = 0, cells = 0, largest = 0, states = 0;
         for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
+            const int size = net.GetNode(h)->Definition()->GetMatrix()->GetSize();
             arcs += net.NumParents(h);
-            int size = net.GetNode(h)->Definition()->GetMatrix()->GetSize();
             cells += size;
             largest = std::max(largest, size);
             states += net.GetNode(h)->Definition()->GetNumberOfOutcomes();
         }
-        Outcome o = RunTool({"info", Data(file)});
+        const Outcome o = RunTool({"info", Data(file)});
         ASSERT_EQ(o.exitCode, 0) << o.err;
         EXPECT_EQ(Figure(o.out, "nodes"), net.GetNumberOfNodes());
         EXPECT_EQ(Figure(o.out, "arcs"), arcs);
         EXPECT_EQ(Figure(o.out, "states", "total "), states);
         EXPECT_EQ(Figure(o.out, "table cells", "total "), cells);
         EXPECT_EQ(Figure(o.out, "table cells", "largest "), largest);
-        int cliques = Figure(o.out, "cliques");
-        int cliqueNodes = Figure(o.out, "cliques", "largest ");
-        int cliqueCells = Figure(o.out, "cliques", "), ");
-        EXPECT_GE(cliques, 1);
-        EXPECT_GE(cliqueNodes, net.InDegree() + 1);
-        EXPECT_GE(cliqueCells, largest);
-        EXPECT_GE(Figure(o.out, "cliques", "total "), cliqueCells);
+        EXPECT_GE(Figure(o.out, "cliques"), 1);
+        EXPECT_GE(Figure(o.out, "cliques", "largest "), net.InDegree() + 1);
+        EXPECT_GE(Figure(o.out, "cliques", "), "), largest);
+        EXPECT_GE(Figure(o.out, "cliques", "total "), Figure(o.out, "cliques", "), "));
     }
-    // Asia's moral graph triangulates into cliques of three binary nodes.
-    Outcome asia = RunTool({"info", Data("asia.bif")});
-    EXPECT_EQ(Figure(asia.out, "cliques", "largest "), 3);
-    EXPECT_EQ(Figure(asia.out, "cliques", "), "), 8);
 }
 
 // Every failure: nothing on stdout, one line on stderr naming the problem,
-// exit 2 for a bad command line and 1 for anything the model refuses.
+// exit 2 for a bad command line and 1 for anything the model refuses. Help
+// goes to stdout; a bare call shows it too, but as a bad command line.
 TEST(ToolErrors, EachFailureIsOneLineAndANonZeroExit)
 {
-    std::string asia = Data("asia.bif");
-    std::string damaged = Scratch("damaged.bif");
+    const std::string asia = Data("asia.bif"), damaged = Scratch("damaged.bif");
     std::ofstream(damaged) << "variable a { type discrete [ 2 ] { x, y }; }\nprobability ( a ) { table 0.5 ;\n";
     struct Case {
         std::vector<std::string> args;
@@ -289,16 +246,13 @@ TEST(ToolErrors, EachFailureIsOneLineAndANonZeroExit)
     const Case cases[] = {
         {{"frobnicate"}, 2, "unknown command"},
         {{"infer", asia, "--bogus"}, 2, "unknown option --bogus"},
-        {{"info", asia, "--json"}, 2, "unknown option"},
         {{"infer"}, 2, "missing MODEL"},
         {{"convert", asia}, 2, "IN and OUT"},
         {{"info", asia, asia}, 2, "unexpected argument"},
         {{"infer", asia, "-e", "xray"}, 2, "NODE=STATE"},
         {{"infer", asia, "-e"}, 2, "needs a value"},
         {{"infer", asia, "-a", "quantum"}, 2, "unknown algorithm"},
-        {{"infer", asia, "-a", "13"}, 2, "unknown algorithm"},
         {{"infer", asia, "--virtual", "xray=1,-1"}, 2, "weights"},
-        {{"infer", asia, "--virtual", "xray=0,0"}, 2, "weights"},
         {{"infer", "/nonexistent/net.bif"}, 1, "/nonexistent/net.bif"},
         {{"infer", damaged}, 1, "line 3"},
         {{"info", Scratch("model.unknownformat")}, 1, "Unknown File Format"},
@@ -310,70 +264,20 @@ TEST(ToolErrors, EachFailureIsOneLineAndANonZeroExit)
         {{"convert", asia, "/nonexistent/dir/out.bif"}, 1, "cannot write"},
     };
     for (const Case& c : cases) {
-        Outcome o = RunTool(c.args);
-        std::string shown;
-        for (const std::string& a : c.args)
-            shown += " " + a;
-        SCOPED_TRACE(shown);
+        const Outcome o = RunTool(c.args);
+        SCOPED_TRACE(c.args[0] + " " + (c.args.size() > 1 ? c.args.back() : ""));
         EXPECT_EQ(o.exitCode, c.exitCode);
         EXPECT_EQ(o.out, "");
         EXPECT_EQ(o.err.rfind("orvil: ", 0), 0u) << o.err;
         EXPECT_EQ(std::count(o.err.begin(), o.err.end(), '\n'), 1) << o.err;
         EXPECT_NE(o.err.find(c.saying), std::string::npos) << o.err;
     }
-}
-
-TEST(ToolUsage, HelpAndBareCallShowUsage)
-{
     for (const auto& args : {std::vector<std::string>{"--help"}, {"infer", "--help"}, {"help"}, {}}) {
-        Outcome o = RunTool(args);
+        const Outcome o = RunTool(args);
         EXPECT_EQ(o.exitCode, args.empty() ? 2 : 0);
         EXPECT_EQ(o.err, "");
         for (const char* word : {"usage:", "info MODEL", "infer MODEL", "convert IN OUT", "--evidence"})
             EXPECT_NE(o.out.find(word), std::string::npos) << word;
-    }
-}
-
-// Posteriors of two --json outputs, matched by node and state name: a
-// format may store the nodes in another order.
-void ExpectSamePosteriors(const Outcome& first, const Outcome& second)
-{
-    ASSERT_EQ(first.exitCode, 0) << first.err;
-    ASSERT_EQ(second.exitCode, 0) << second.err;
-    JsonValue a = ParseOut(first), b = ParseOut(second);
-    const JsonValue* pa = a.Find("posteriors");
-    const JsonValue* pb = b.Find("posteriors");
-    ASSERT_EQ(pa->members.size(), pb->members.size());
-    for (const auto& node : pa->members) {
-        const JsonValue* other = pb->Find(node.first);
-        ASSERT_NE(other, nullptr) << node.first;
-        ASSERT_EQ(other->members.size(), node.second.members.size()) << node.first;
-        for (size_t s = 0; s < node.second.members.size(); ++s) {
-            EXPECT_EQ(other->members[s].first, node.second.members[s].first);
-            EXPECT_NEAR(other->members[s].second.number, node.second.members[s].second.number, 1e-12);
-        }
-    }
-}
-
-// Conversions keep every answer, through BIF and through the native format
-// and back; a second BIF conversion changes no byte.
-TEST(ToolConvert, RoundTripsKeepAnswersAndBifReachesAFixedPoint)
-{
-    for (const char* name : {"asia", "child"}) {
-        SCOPED_TRACE(name);
-        std::string file = Data(std::string(name) + ".bif");
-        std::string once = Scratch(std::string(name) + "_once.bif"), twice = Scratch(std::string(name) + "_twice.bif");
-        std::string native = Scratch(std::string(name) + ".xqel"), back = Scratch(std::string(name) + "_back.bif");
-        for (const auto& step : {std::make_pair(file, once), std::make_pair(once, twice), std::make_pair(file, native),
-                                 std::make_pair(native, back)}) {
-            Outcome o = RunTool({"convert", step.first, step.second});
-            ASSERT_EQ(o.exitCode, 0) << o.err;
-            EXPECT_EQ(o.out, "");
-        }
-        EXPECT_EQ(Slurp(once), Slurp(twice));
-        Outcome original = RunTool({"infer", file, "--json"});
-        for (const std::string& copy : {twice, native, back})
-            ExpectSamePosteriors(original, RunTool({"infer", copy, "--json"}));
     }
 }
 
