@@ -4,47 +4,58 @@
 // on small networks built to show each one.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "brute_force.h"
+#include "inference_fixture.h"
 #include "random_network.h"
-#include "relevance_fixture.h"
 #include "orvil/beliefvector.h"
-#include "orvil/dmatrix.h"
-#include "orvil/network.h"
-#include "orvil/node.h"
-#include "orvil/nodedefinition.h"
-#include "orvil/nodevalue.h"
 #include "orvil/relevantsplit.h"
 #include "orvil/rnetwork.h"
-#include "orvil/userproperties.h"
 
 namespace {
 
-using relevance_test::Beliefs;
+using namespace inference_test;
 
-struct PieceList {
-    QEL_rNetworkList* list = nullptr;
-    ~PieceList() {
-        if (list == nullptr) return;
+using Pieces = std::vector<std::vector<std::string>>;
+
+// The pieces of a split under reduction bits `flags`, freed with it, and the
+// identifiers of their nodes, piece by piece.
+struct Split {
+    Split(QEL_network& net, unsigned flags) : list(QEL_relevantSplit(&net, flags)) {
+        for (QEL_rNetwork* piece : *list) {
+            ids.emplace_back();
+            for (QEL_rNode* record : piece->nodes) ids.back().push_back(record->node->GetId());
+        }
+    }
+    ~Split() {
         for (QEL_rNetwork* piece : *list) delete piece;
         delete list;
     }
+    const QEL_rNode& Record(int piece, int node) const { return *(*list)[piece]->nodes[node]; }
+
+    QEL_rNetworkList* list;
+    Pieces ids;
 };
+
+QEL_network& Targets(QEL_network& net, const std::vector<int>& targets) {
+    net.ClearAllTargets();
+    for (int h : targets) net.SetTarget(h, true);
+    return net;
+}
 
 std::vector<std::vector<double>> SnapshotTables(QEL_network& net) {
     std::vector<std::vector<double>> tables(size_t(net.GetLastNode() + 1));
     for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
         const QEL_Dmatrix* m = net.GetNode(h)->Definition()->GetMatrix();
-        for (int i = 0; i < m->GetSize(); ++i) tables[size_t(h)].push_back((*m)[i]);
+        tables[size_t(h)].assign(m->GetItems().Items(), m->GetItems().Items() + m->GetSize());
     }
     return tables;
 }
 
-// Checks the links and tables of `piece` and turns it into an oracle model.
+// Checks the links and tables of `piece`, and that its records come in an
+// order where parents go first, and turns it into an oracle model.
 orvil_test::BruteModel CheckedModel(const QEL_rNetwork& piece) {
     orvil_test::BruteModel model;
     for (const QEL_rNode* record : piece.nodes) {
@@ -62,6 +73,7 @@ orvil_test::BruteModel CheckedModel(const QEL_rNetwork& piece) {
             EXPECT_EQ(table.GetSizeOfDimension(p), parent->Get_Num_of_States());
             v.parents.push_back(piece.nodes.IndexOf(const_cast<QEL_rNode*>(parent)));
             EXPECT_GE(v.parents.back(), 0) << "parent outside the piece";
+            EXPECT_LT(v.parents.back(), int(model.vars.size())) << "parent after its child";
         }
         for (const QEL_rNode* child : record->children) {
             EXPECT_GE(child->FindParent(record), 0);
@@ -70,27 +82,17 @@ orvil_test::BruteModel CheckedModel(const QEL_rNetwork& piece) {
         if (record->tableKind == QEL_rNode::sharedTable) {
             EXPECT_EQ(record->table, record->node->Definition()->GetMatrix());
         }
-        for (int i = 0; i < table.GetSize(); ++i) v.table.push_back(table[i]);
+        v.table.assign(table.GetItems().Items(), table.GetItems().Items() + table.GetSize());
         model.vars.push_back(v);
     }
     return model;
-}
-
-bool IsTopological(const QEL_rNetwork& piece) {
-    for (int i = 0; i < piece.nodes.Count(); ++i) {
-        for (const QEL_rNode* parent : piece.nodes[i]->parents) {
-            const int at = piece.nodes.IndexOf(const_cast<QEL_rNode*>(parent));
-            if (at < 0 || at >= i) return false;
-        }
-    }
-    return true;
 }
 
 // Random networks with deterministic nodes, evidence and targets, under every
 // combination of the reductions: each piece, enumerated alone, gives its
 // targets the posteriors of the whole network; every target is in exactly
 // one piece or was settled by its evidence; the network's targets and tables
-// are as they were; both orderings of a piece are topological.
+// are as they were; both orderings of a piece put parents first.
 TEST(RelevanceSplitTest, PiecesGiveTheWholeNetworksPosteriors) {
     std::mt19937 rng(2024);
     const unsigned flagSets[] = {0, 1, 2, 3, 7};
@@ -102,9 +104,8 @@ TEST(RelevanceSplitTest, PiecesGiveTheWholeNetworksPosteriors) {
         options.deterministicShare = 0.3;
         const std::vector<int> handles = orvil_test::BuildRandomNetwork(net, 500 + unsigned(round), options);
         ASSERT_FALSE(handles.empty());
-        relevance_test::ObserveSomePossible(net, handles, rng, 0.35);
-        std::vector<int> targets = handles;
-        if (round % 3 != 0) targets = relevance_test::TargetSome(net, handles, rng);
+        ObserveSomePossible(net, handles, rng, 0.35);
+        const std::vector<int> targets = round % 3 != 0 ? TargetSome(net, handles, rng) : handles;
         const int targetCount = net.GetNumberOfTargets();
         net.InvalidateAllBeliefs();
         const orvil_test::BruteNetworkResult oracle = orvil_test::BruteForceNetwork(net);
@@ -112,63 +113,35 @@ TEST(RelevanceSplitTest, PiecesGiveTheWholeNetworksPosteriors) {
         const std::vector<std::vector<double>> before = SnapshotTables(net);
         const unsigned flags = flagSets[round % 5];
 
-        PieceList pieces;
-        pieces.list = QEL_relevantSplit(&net, flags);
-        ASSERT_NE(pieces.list, nullptr);
+        const Split pieces(net, flags);
         const std::string where = "round " + std::to_string(round) + " flags " + std::to_string(flags);
         EXPECT_EQ(net.GetNumberOfTargets(), targetCount) << where;
         std::vector<int> seen(size_t(net.GetLastNode() + 1), 0);
         for (QEL_rNetwork* piece : *pieces.list) {
-            const orvil_test::BruteModel model = CheckedModel(*piece);
-            const orvil_test::BruteResult local = orvil_test::BruteForce(model);
-            ASSERT_TRUE(local.ok) << where;
-            ASSERT_GT(local.probEvidence, 0.0) << where;
-            for (size_t i = 0; i < model.vars.size(); ++i) {
-                const int h = model.vars[i].handle;
-                ++seen[size_t(h)];
-                if (net.GetNumberOfTargets() > 0 && net.IsTarget(h) != 1) continue;
-                for (size_t s = 0; s < local.posteriors[i].size(); ++s) {
-                    EXPECT_NEAR(local.posteriors[i][s], oracle.byHandle[size_t(h)][s], 1e-12) << where << " node " << h;
+            for (int ordering = 0; ordering < 2; ++ordering) {
+                SCOPED_TRACE(where + " ordering " + std::to_string(ordering));
+                if (ordering == 0) piece->Partial_Ordering();
+                if (ordering == 1) piece->Priority_Partial_Ordering();
+                const orvil_test::BruteModel model = CheckedModel(*piece);
+                const orvil_test::BruteResult local = orvil_test::BruteForce(model);
+                ASSERT_TRUE(local.ok);
+                ASSERT_GT(local.probEvidence, 0.0);
+                for (size_t i = 0; i < model.vars.size(); ++i) {
+                    const int h = model.vars[i].handle;
+                    if (ordering == 1) ++seen[size_t(h)];
+                    if (targetCount > 0 && net.IsTarget(h) != 1) continue;
+                    for (size_t s = 0; s < local.posteriors[i].size(); ++s) {
+                        EXPECT_NEAR(local.posteriors[i][s], oracle.byHandle[size_t(h)][s], 1e-12) << "node " << h;
+                    }
                 }
             }
-            piece->Partial_Ordering();
-            EXPECT_TRUE(IsTopological(*piece)) << where;
-            piece->Priority_Partial_Ordering();
-            EXPECT_TRUE(IsTopological(*piece)) << where;
         }
         for (int h : targets) {
             EXPECT_LE(seen[size_t(h)], 1) << where << " node " << h;
-            if (seen[size_t(h)] == 0) relevance_test::ExpectOracleBeliefs(net, oracle, h, 1e-12, where.c_str());
+            if (seen[size_t(h)] == 0) ExpectOracleBeliefs(net, oracle, h, 1e-12, where);
         }
         EXPECT_EQ(SnapshotTables(net), before) << where;
     }
-}
-
-int AddNode(QEL_network& net, const char* id, int states) {
-    const int h = net.AddNode(qel_cptType, id);
-    net.GetNode(h)->Definition()->SetNumberOfOutcomes(states);
-    return h;
-}
-
-void Fill(QEL_network& net, int h, const std::vector<double>& cells) {
-    QEL_Dmatrix* table = net.GetNode(h)->Definition()->GetMatrix();
-    ASSERT_EQ(table->GetSize(), int(cells.size()));
-    for (int i = 0; i < table->GetSize(); ++i) (*table)[i] = cells[size_t(i)];
-}
-
-using Pieces = std::vector<std::vector<std::string>>;
-
-// Identifiers of each piece's nodes, piece by piece.
-Pieces Shape(QEL_network& net, const std::vector<int>& targets, unsigned flags, PieceList& pieces) {
-    net.ClearAllTargets();
-    for (int h : targets) net.SetTarget(h, true);
-    pieces.list = QEL_relevantSplit(&net, flags);
-    Pieces shape;
-    for (QEL_rNetwork* piece : *pieces.list) {
-        shape.emplace_back();
-        for (QEL_rNode* record : piece->nodes) shape.back().push_back(record->node->GetId());
-    }
-    return shape;
 }
 
 // P -> Q -> R and P -> S, with Q certain to be 1 when P is 0. Barren nodes
@@ -180,65 +153,41 @@ Pieces Shape(QEL_network& net, const std::vector<int>& targets, unsigned flags, 
 TEST(RelevanceSplitTest, ReductionsOnASmallNetwork) {
     QEL_network net;
     net.SetNetworkFlags(net.GetNetworkFlags() & ~QEL_network::QEL_FUNCTIONAL_DETERMINATION);
-    const int p = AddNode(net, "P", 2);
-    const int q = AddNode(net, "Q", 2);
-    const int r = AddNode(net, "R", 2);
-    const int s = AddNode(net, "S", 3);
+    const int p = AddCpt(net, "P", 2);
+    const int q = AddCpt(net, "Q", 2);
+    const int r = AddCpt(net, "R", 2);
+    const int s = AddCpt(net, "S", 3);
     ASSERT_EQ(net.AddArc(p, q), 0);
     ASSERT_EQ(net.AddArc(q, r), 0);
     ASSERT_EQ(net.AddArc(p, s), 0);
-    Fill(net, p, {0.25, 0.75});
-    Fill(net, q, {0.0, 1.0, 0.6, 0.4});
-    Fill(net, r, {0.9, 0.1, 0.2, 0.8});
-    Fill(net, s, {0.1, 0.2, 0.7, 0.3, 0.3, 0.4});
-    {
-        PieceList pieces;
-        EXPECT_EQ(Shape(net, {q}, 2, pieces), (Pieces{{"P", "Q"}}));
-        QEL_network copy;
-        ASSERT_EQ(QEL_netFromRnet(*(*pieces.list)[0], copy), 0);
-        const int qCopy = copy.FindNode("Q");
-        ASSERT_EQ(copy.GetParents(qCopy).NumItems(), 1);
-        EXPECT_EQ(copy.GetParents(qCopy)[0], copy.FindNode("P"));
-        EXPECT_EQ((*copy.GetNode(qCopy)->Definition()->GetMatrix())[2], 0.6);
-        EXPECT_EQ(copy.IsTarget(qCopy), 1);
-        EXPECT_EQ(copy.IsTarget(copy.FindNode("P")), 0);
-    }
-    {
-        // Summed into Q, P leaves it 0.25 * (0, 1) + 0.75 * (0.6, 0.4).
-        PieceList pieces;
-        ASSERT_EQ(Shape(net, {q, r}, 1, pieces), (Pieces{{"Q", "R"}}));
-        const QEL_Dmatrix& summed = *(*pieces.list)[0]->nodes[0]->table;
-        ASSERT_EQ(summed.GetSize(), 2);
-        EXPECT_NEAR(summed[0], 0.45, 1e-15);
-        EXPECT_NEAR(summed[1], 0.55, 1e-15);
-    }
-    {
-        PieceList pieces;
-        EXPECT_EQ(Shape(net, {}, 7, pieces), (Pieces{{"P", "Q", "R", "S"}}));
-        EXPECT_EQ(net.GetNumberOfTargets(), 0);
-    }
+    FillTable(net, p, {0.25, 0.75});
+    FillTable(net, q, {0.0, 1.0, 0.6, 0.4});
+    FillTable(net, r, {0.9, 0.1, 0.2, 0.8});
+    FillTable(net, s, {0.1, 0.2, 0.7, 0.3, 0.3, 0.4});
+    EXPECT_EQ(Split(Targets(net, {q}), 2).ids, (Pieces{{"P", "Q"}}));
+    const Split summed(Targets(net, {q, r}), 1);
+    ASSERT_EQ(summed.ids, (Pieces{{"Q", "R"}}));
+    // Summed into Q, P leaves it 0.25 * (0, 1) + 0.75 * (0.6, 0.4).
+    EXPECT_NEAR((*summed.Record(0, 0).table)[0], 0.45, 1e-15);
+    EXPECT_NEAR((*summed.Record(0, 0).table)[1], 0.55, 1e-15);
+    EXPECT_EQ(Split(Targets(net, {}), 7).ids, (Pieces{{"P", "Q", "R", "S"}}));
+    EXPECT_EQ(net.GetNumberOfTargets(), 0);
+
     ASSERT_EQ(net.GetNode(p)->Value()->SetEvidence(0), 0);
-    {
-        PieceList pieces;
-        EXPECT_EQ(Shape(net, {q, s}, 0, pieces), (Pieces{{"Q"}, {"S"}}));
-        EXPECT_EQ((*pieces.list)[0]->nodes[0]->evidence, -1);
-        const QEL_rNode& sRecord = *(*pieces.list)[1]->nodes[0];
-        EXPECT_EQ(sRecord.tableKind, +QEL_rNode::ownTable);
-        ASSERT_EQ(sRecord.table->GetSize(), 3);
-        EXPECT_EQ((*sRecord.table)[2], 0.7);
-        EXPECT_EQ((*net.GetNode(s)->Definition()->GetMatrix())[3], 0.3);
-    }
-    {
-        net.InvalidateAllBeliefs();
-        PieceList pieces;
-        EXPECT_EQ(Shape(net, {q, s}, 3, pieces), (Pieces{{"S"}}));
-        ASSERT_TRUE(net.GetNode(q)->Value()->IsValueValid());
-        EXPECT_EQ(Beliefs(net, q)[1], 1.0);
-    }
+    const Split cut(Targets(net, {q, s}), 0);
+    EXPECT_EQ(cut.ids, (Pieces{{"Q"}, {"S"}}));
+    EXPECT_EQ(cut.Record(0, 0).evidence, -1);
+    EXPECT_EQ(cut.Record(1, 0).tableKind, +QEL_rNode::ownTable);
+    EXPECT_EQ((*cut.Record(1, 0).table)[2], 0.7);
+    EXPECT_EQ((*net.GetNode(s)->Definition()->GetMatrix())[3], 0.3);
+    net.InvalidateAllBeliefs();
+    EXPECT_EQ(Split(Targets(net, {q, s}), 3).ids, (Pieces{{"S"}}));
+    ASSERT_TRUE(net.GetNode(q)->Value()->IsValueValid());
+    EXPECT_EQ(Beliefs(net, q)[1], 1.0);
+
     ASSERT_EQ(net.GetNode(p)->Value()->ClearEvidence(), 0);
     ASSERT_EQ(static_cast<QEL_beliefVector*>(net.GetNode(q)->Value())->ControlValue(1), 0);
-    PieceList pieces;
-    EXPECT_EQ(Shape(net, {r}, 0, pieces), (Pieces{{"R"}}));
+    EXPECT_EQ(Split(Targets(net, {r}), 0).ids, (Pieces{{"R"}}));
 }
 
 // P -> Q, with a column of Q summing to 0.99 as hand-rounded tables do.
@@ -247,25 +196,19 @@ TEST(RelevanceSplitTest, ReductionsOnASmallNetwork) {
 // "QEL_REL_BARREN_TOLERANCE" accepts such sums as one, or any sums.
 TEST(RelevanceSplitTest, BarrenColumnSumsStayUnlessTolerated) {
     QEL_network net;
-    const int p = AddNode(net, "P", 2);
-    const int q = AddNode(net, "Q", 2);
+    const int p = AddCpt(net, "P", 2);
+    const int q = AddCpt(net, "Q", 2);
     ASSERT_EQ(net.AddArc(p, q), 0);
-    Fill(net, p, {0.25, 0.75});
-    Fill(net, q, {0.5, 0.49, 0.3, 0.7});
-    {
-        PieceList pieces;
-        EXPECT_EQ(Shape(net, {p}, 0, pieces), (Pieces{{"P"}}));
-        const QEL_Dmatrix& weighted = *(*pieces.list)[0]->nodes[0]->table;
-        EXPECT_EQ(weighted[0], 0.25 * 0.99);
-        EXPECT_EQ(weighted[1], 0.75);
-    }
-    net.SetTarget(p, true);
+    FillTable(net, p, {0.25, 0.75});
+    FillTable(net, q, {0.5, 0.49, 0.3, 0.7});
+    const Split weighted(Targets(net, {p}), 0);
+    ASSERT_EQ(weighted.ids, (Pieces{{"P"}}));
+    EXPECT_EQ((*weighted.Record(0, 0).table)[0], 0.25 * 0.99);
+    EXPECT_EQ((*weighted.Record(0, 0).table)[1], 0.75);
     ASSERT_EQ(net.UpdateBeliefs(), 0);
     EXPECT_NEAR(Beliefs(net, p)[0], 0.2475 / 0.9975, 1e-15);
     for (const char* tolerance : {"0.02", "1"}) {
-        const int index = net.UserProperties().FindProperty("QEL_REL_BARREN_TOLERANCE");
-        if (index >= 0) net.UserProperties().DeleteProperty(index);
-        ASSERT_GE(net.UserProperties().AddProperty("QEL_REL_BARREN_TOLERANCE", tolerance), 0);
+        SetProperty(net, "QEL_REL_BARREN_TOLERANCE", tolerance);
         net.InvalidateAllBeliefs();
         ASSERT_EQ(net.UpdateBeliefs(), 0);
         EXPECT_EQ(Beliefs(net, p)[0], 0.25) << tolerance;
