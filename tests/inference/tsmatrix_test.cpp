@@ -1,5 +1,5 @@
-// Walkers and mappings checked against coordinate arithmetic: random shapes,
-// random subsets, every walker, and walks repeated on the same odometer.
+// Mappings and chunked passes checked against coordinate arithmetic on
+// random shapes and subsets.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -16,220 +16,99 @@ struct Shape {
     TsMatrix::Coords subset;  // ascending subset of nodes
 };
 
-Shape RandomShape(std::mt19937& rng, int maxDims) {
+// `minDims` to `maxDims` nodes numbered with gaps, each kept in the subset
+// by a coin.
+Shape RandomShape(std::mt19937& rng, int minDims, int maxDims, int maxSize, int maxGap) {
     Shape shape;
-    std::uniform_int_distribution<int> dimCount(0, maxDims);
-    std::uniform_int_distribution<int> size(1, 4);
-    std::uniform_int_distribution<int> gap(1, 3);
-    std::bernoulli_distribution pick(0.5);
-    const int k = dimCount(rng);
-    int node = 0;
-    for (int i = 0; i < k; ++i) {
-        node += gap(rng);
+    const int k = minDims + int(rng() % unsigned(maxDims - minDims + 1));
+    for (int i = 0, node = 0; i < k; ++i) {
+        node += 1 + int(rng() % unsigned(maxGap));
         shape.nodes.Add(node);
-        shape.sizes.Add(size(rng));
-        if (pick(rng)) shape.subset.Add(node);
+        shape.sizes.Add(1 + int(rng() % unsigned(maxSize)));
+        if (rng() % 2 == 0) shape.subset.Add(node);
     }
     return shape;
 }
 
-int CellCount(const TsMatrix::Coords& sizes) {
-    int cells = 1;
-    for (int i = 0; i < sizes.count; ++i) cells *= sizes[i];
-    return cells;
-}
-
-// For each dense cell, the index of the sparse cell it maps to, by coordinates.
-std::vector<int> NaiveMap(const Shape& shape) {
-    const int cells = CellCount(shape.sizes);
-    std::vector<int> result(cells);
-    std::vector<int> coord(shape.nodes.count, 0);
-    for (int cell = 0; cell < cells; ++cell) {
-        int index = 0;
-        int stride = 1;
-        for (int i = 0; i < shape.nodes.count; ++i) {
-            if (shape.subset.Find(shape.nodes[i]) >= 0) {
-                index += coord[i] * stride;
-                stride *= shape.sizes[i];
-            }
-        }
-        result[cell] = index;
-        for (int i = 0; i < shape.nodes.count; ++i) {
-            if (++coord[i] < shape.sizes[i]) break;
-            coord[i] = 0;
-        }
-    }
-    return result;
-}
-
-TsMatrix::Coords SubsetSizes(const Shape& shape) {
-    TsMatrix::Coords sizes;
-    for (int i = 0; i < shape.nodes.count; ++i) {
-        if (shape.subset.Find(shape.nodes[i]) >= 0) sizes.Add(shape.sizes[i]);
-    }
-    return sizes;
-}
-
-std::vector<double> RandomCells(std::mt19937& rng, int n) {
-    std::uniform_real_distribution<double> u(0.0, 1.0);
-    std::vector<double> v(n);
-    for (double& x : v) x = u(rng);
-    return v;
-}
-
-TEST(TsMatrixTest, InitKeepsStoreAndGivesEmptyDimensionsOneCell) {
-    TsMatrix m;
-    TsMatrix::Coords dims;
-    m.Init(dims);
-    ASSERT_EQ(m.dims.count, 1);
-    EXPECT_EQ(m.dims[0], 1);
-    EXPECT_EQ(m.size, 1);
-
-    dims.Add(3);
-    dims.Add(4);
-    m.Init(dims);
-    EXPECT_EQ(m.size, 12);
-    EXPECT_EQ(m.capacity, 12);
-    double* block = m.data;
-    m.Fill(2.0);
-    EXPECT_DOUBLE_EQ(m.Sum(), 24.0);
-    m.Multiply(0.5);
-    EXPECT_DOUBLE_EQ(m.Sum(), 12.0);
-
-    TsMatrix::Coords smaller;
-    smaller.Add(5);
-    m.Init(smaller);
-    EXPECT_EQ(m.size, 5);
-    EXPECT_EQ(m.capacity, 12);
-    EXPECT_EQ(m.data, block);
-
-    TsMatrix other;
-    m.Swap(other);
-    EXPECT_EQ(m.data, nullptr);
-    EXPECT_EQ(other.data, block);
-    EXPECT_EQ(other.size, 5);
-    other.Free();
-    EXPECT_EQ(other.data, nullptr);
-    EXPECT_EQ(other.capacity, 0);
-}
-
-TEST(TsMatrixTest, MappingEntriesForMixedRuns) {
-    // Dense nodes 1, 2, 3, 4 of sizes 2, 3, 2, 5; the subset {2, 3} is one
-    // inside run of 6 cells between two outside runs.
-    TsMatrix m;
-    TsMatrix::Coords dims;
-    for (int s : {2, 3, 2, 5}) dims.Add(s);
-    m.Init(dims);
-    TsMatrix::Coords dense;
-    for (int n : {1, 2, 3, 4}) dense.Add(n);
-    TsMatrix::Coords sparse;
-    sparse.Add(2);
-    sparse.Add(3);
-    TsMatrix::Mapping mapping;
-    m.CreateMapping(mapping, dense, sparse);
-    ASSERT_EQ(mapping.count, 4);
-    EXPECT_EQ(mapping.entries[0].counter, 1);
-    EXPECT_EQ(mapping.entries[0].step, 0);
-    EXPECT_EQ(mapping.entries[1].counter, 5);
-    EXPECT_EQ(mapping.entries[1].step, 1);
-    EXPECT_EQ(mapping.entries[2].counter, 4);
-    EXPECT_EQ(mapping.entries[2].reset, 4);
-    EXPECT_EQ(mapping.entries[2].step, -5);
-    EXPECT_EQ(mapping.entries[3].counter, -1);
-    EXPECT_EQ(mapping.entries[3].step, -5);
-}
-
-// Every walker against the coordinate reference, on hundreds of random
-// shapes, each walk done twice on one mapping.
-TEST(TsMatrixTest, WalkersAgreeWithCoordinateArithmetic) {
-    std::mt19937 rng(12345);
-    for (int round = 0; round < 400; ++round) {
-        const Shape shape = RandomShape(rng, 7);
-        TsMatrix dense;
-        dense.Init(shape.sizes);
-        TsMatrix sparse;
-        sparse.Init(SubsetSizes(shape));
-        TsMatrix::Mapping mapping;
-        dense.CreateMapping(mapping, shape.nodes, shape.subset);
-        const std::vector<int> map = NaiveMap(shape);
-        const std::vector<double> d0 = RandomCells(rng, dense.size);
-        const std::vector<double> s0 = RandomCells(rng, sparse.size);
-        double* dEnd = dense.data + dense.size;
-
-        for (int repeat = 0; repeat < 2; ++repeat) {
-            // Marginalize: sparse += dense.
-            std::vector<double> want(s0);
-            for (int c = 0; c < dense.size; ++c) want[map[c]] += d0[c];
-            std::copy(d0.begin(), d0.end(), dense.data);
-            std::copy(s0.begin(), s0.end(), sparse.data);
-            TsOdoMarginalize(sparse.data, dense.data, dEnd, mapping.entries);
-            for (int i = 0; i < sparse.size; ++i) ASSERT_NEAR(sparse.data[i], want[i], 1e-12);
-
-            // Multiply: dense *= sparse.
-            TsOdoMultiply(dense.data, dEnd, s0.data(), mapping.entries);
-            for (int c = 0; c < dense.size; ++c) ASSERT_EQ(dense.data[c], d0[c] * s0[map[c]]);
-
-            // Copy: dense = sparse.
-            TsOdoCopy(dense.data, dEnd, s0.data(), mapping.entries);
-            for (int c = 0; c < dense.size; ++c) ASSERT_EQ(dense.data[c], s0[map[c]]);
-
-            // Stencil: the last dense cell of each sparse cell wins.
-            std::vector<double> stencil(s0);
-            for (int c = 0; c < dense.size; ++c) stencil[map[c]] = d0[c];
-            std::copy(d0.begin(), d0.end(), dense.data);
-            std::copy(s0.begin(), s0.end(), sparse.data);
-            TsOdoStencil(sparse.data, dense.data, dEnd, mapping.entries);
-            for (int i = 0; i < sparse.size; ++i) ASSERT_EQ(sparse.data[i], stencil[i]);
-
-            // Scaled sum.
-            std::vector<double> scaled(s0);
-            for (int c = 0; c < dense.size; ++c) scaled[map[c]] += d0[c] * (1.0 / 3.0);
-            std::copy(s0.begin(), s0.end(), sparse.data);
-            TsOdoSumDiv(sparse.data, dense.data, dEnd, 3.0, mapping.entries);
-            for (int i = 0; i < sparse.size; ++i) ASSERT_NEAR(sparse.data[i], scaled[i], 1e-12);
-        }
-        // The counters are back where the mapping started.
-        TsMatrix::Mapping fresh;
-        dense.CreateMapping(fresh, shape.nodes, shape.subset);
-        ASSERT_EQ(fresh.count, mapping.count);
-        for (int e = 0; e < mapping.count; ++e) {
-            EXPECT_EQ(mapping.entries[e].counter, fresh.entries[e].counter);
-        }
-    }
-}
-
-// Spinning the odometer by hand visits the same strided cells as the
-// reference: each run start plus the steps inside the run.
-TEST(TsMatrixTest, SpinOdometerStepsFollowTheRuns) {
-    std::mt19937 rng(777);
-    for (int round = 0; round < 200; ++round) {
-        const Shape shape = RandomShape(rng, 6);
-        TsMatrix dense;
-        dense.Init(shape.sizes);
-        TsMatrix::Mapping mapping;
-        dense.CreateMapping(mapping, shape.nodes, shape.subset);
-        const std::vector<int> map = NaiveMap(shape);
-        const int run = mapping.entries[0].counter + 1;
-        const int step = mapping.entries[0].step;
-        int position = 0;
-        for (int start = 0; start < dense.size; start += run) {
-            for (int i = 0; i < run; ++i) ASSERT_EQ(position + i * step, map[start + i]);
-            position += (run - 1) * step;
-            if (start + run < dense.size) position += TsSpinOdometer(mapping.entries);
-        }
-    }
-}
-
-// Strides of a matrix over `subset` (first fastest) relative to `shape`.
-std::vector<int64_t> StridesOf(const Shape& shape, const TsMatrix::Coords& subset) {
-    std::vector<int64_t> strides(size_t(shape.nodes.count), 0);
+// Strides of a matrix over `subset` (first fastest) within `shape`; its cell
+// count in `cells`.
+std::vector<int64_t> StridesOf(const Shape& shape, const TsMatrix::Coords& subset, int* cells = nullptr) {
+    std::vector<int64_t> strides(static_cast<size_t>(shape.nodes.count), 0);
     int64_t stride = 1;
     for (int i = 0; i < shape.nodes.count; ++i) {
         if (subset.Find(shape.nodes[i]) < 0) continue;
         strides[size_t(i)] = stride;
         stride *= shape.sizes[i];
     }
+    if (cells != nullptr) *cells = int(stride);
     return strides;
+}
+
+// For each cell of `shape`, by coordinates, the cell of a matrix over
+// `subset` it maps to.
+std::vector<int> NaiveMap(const Shape& shape, const TsMatrix::Coords& subset, int* cells = nullptr) {
+    const std::vector<int64_t> strides = StridesOf(shape, subset, cells);
+    std::vector<int> coord(static_cast<size_t>(shape.nodes.count), 0);
+    std::vector<int> result;
+    size_t i = 0;
+    do {
+        int64_t index = 0;
+        for (size_t k = 0; k < coord.size(); ++k) index += coord[k] * strides[k];
+        result.push_back(int(index));
+        for (i = 0; i < coord.size() && ++coord[i] == shape.sizes[int(i)]; ++i) coord[i] = 0;
+    } while (i < coord.size());
+    return result;
+}
+
+std::vector<double> RandomCells(std::mt19937& rng, int n) {
+    std::uniform_real_distribution<double> u(0.0, 1.0);
+    std::vector<double> v(static_cast<size_t>(n));
+    for (double& x : v) x = u(rng);
+    return v;
+}
+
+// The odometer of a mapping walks as coordinate arithmetic does: summing
+// into the sparse matrix, plain and scaled, each walk done twice on one
+// mapping, whose counters must then be back where they started; and spun by
+// hand it visits each run start plus the steps inside the run. The other
+// walkers are checked through the chunked pass below.
+TEST(TsMatrixTest, MappingsWalkAsCoordinateArithmetic) {
+    std::mt19937 rng(12345);
+    for (int round = 0; round < 400; ++round) {
+        const Shape shape = RandomShape(rng, 0, 7, 4, 3);
+        int sparseSize = 0;
+        const std::vector<int> map = NaiveMap(shape, shape.subset, &sparseSize);
+        TsMatrix dense;
+        dense.Init(shape.sizes);
+        ASSERT_EQ(dense.size, int(map.size()));
+        TsMatrix::Mapping mapping;
+        dense.CreateMapping(mapping, shape.nodes, shape.subset);
+        const std::vector<double> d = RandomCells(rng, dense.size);
+        const std::vector<double> s = RandomCells(rng, sparseSize);
+        std::vector<double> want(s);
+        for (size_t c = 0; c < map.size(); ++c) want[size_t(map[c])] += d[c];
+        for (int repeat = 0; repeat < 2; ++repeat) {
+            std::vector<double> sum(s);
+            std::vector<double> divided(s.size(), 0.0);
+            TsOdoMarginalize(sum.data(), d.data(), d.data() + d.size(), mapping.entries);
+            TsOdoSumDiv(divided.data(), d.data(), d.data() + d.size(), 3.0, mapping.entries);
+            for (size_t i = 0; i < s.size(); ++i) {
+                ASSERT_NEAR(sum[i], want[i], 1e-12);
+                ASSERT_NEAR(divided[i] * 3.0, want[i] - s[i], 1e-12);
+            }
+        }
+        TsMatrix::Mapping fresh;
+        dense.CreateMapping(fresh, shape.nodes, shape.subset);
+        ASSERT_EQ(fresh.count, mapping.count);
+        for (int e = 0; e < mapping.count; ++e) EXPECT_EQ(mapping.entries[e].counter, fresh.entries[e].counter);
+        const int run = fresh.entries[0].counter + 1;
+        int position = 0;
+        for (int start = 0; start < dense.size; start += run) {
+            for (int i = 0; i < run; ++i) ASSERT_EQ(position + i * fresh.entries[0].step, map[size_t(start + i)]);
+            position += (run - 1) * fresh.entries[0].step;
+            if (start + run < dense.size) position += TsSpinOdometer(fresh.entries);
+        }
+    }
 }
 
 // A chunked pass builds the product of two operands and hands it out by sum
@@ -237,46 +116,36 @@ std::vector<int64_t> StridesOf(const Shape& shape, const TsMatrix::Coords& subse
 // chunk or thousands.
 TEST(TsMatrixTest, ChunkedPassMatchesCoordinateArithmetic) {
     std::mt19937 rng(2468);
-    std::uniform_int_distribution<int> size(1, 6);
-    std::bernoulli_distribution pick(0.5);
     TsPass pass;
     for (int round = 0; round < 300; ++round) {
-        Shape shape;
-        const int k = 1 + int(rng() % 8);
-        TsMatrix::Coords first;
-        TsMatrix::Coords second;
-        for (int i = 0; i < k; ++i) {
-            shape.nodes.Add(i);
-            shape.sizes.Add(size(rng));
-            if (pick(rng)) first.Add(i);
-            if (pick(rng)) second.Add(i);
-            if (pick(rng)) shape.subset.Add(i);
+        const Shape shape = RandomShape(rng, 1, 8, 6, 1);
+        Shape a{shape.nodes, shape.sizes, {}};
+        Shape b = a;
+        for (int i = 0; i < shape.nodes.count; ++i) {
+            if (rng() % 2 == 0) a.subset.Add(shape.nodes[i]);
+            if (rng() % 2 == 0) b.subset.Add(shape.nodes[i]);
         }
-        const int cells = CellCount(shape.sizes);
-        Shape a = shape;
-        a.subset = first;
-        Shape b = shape;
-        b.subset = second;
-        const std::vector<int> mapA = NaiveMap(a);
-        const std::vector<int> mapB = NaiveMap(b);
-        const std::vector<int> mapS = NaiveMap(shape);
-        const std::vector<double> tableA = RandomCells(rng, CellCount(SubsetSizes(a)));
-        const std::vector<double> tableB = RandomCells(rng, CellCount(SubsetSizes(b)));
-        std::vector<double> sums(size_t(CellCount(SubsetSizes(shape))), 0.0);
-        std::vector<double> copy(size_t(cells), -1.0);
+        int cellsA = 0, cellsB = 0, cellsS = 0;
+        const std::vector<int> mapA = NaiveMap(a, a.subset, &cellsA);
+        const std::vector<int> mapB = NaiveMap(b, b.subset, &cellsB);
+        const std::vector<int> mapS = NaiveMap(shape, shape.subset, &cellsS);
+        const std::vector<double> tableA = RandomCells(rng, cellsA);
+        const std::vector<double> tableB = RandomCells(rng, cellsB);
+        std::vector<double> sums(static_cast<size_t>(cellsS), 0.0);
+        std::vector<double> copy(mapS.size(), -1.0);
 
         pass.Begin(shape.sizes);
-        pass.Add(TsPass::copyFrom, tableA.data(), StridesOf(shape, first).data());
-        pass.Add(TsPass::multiplyBy, tableB.data(), StridesOf(shape, second).data());
+        pass.Add(TsPass::copyFrom, tableA.data(), StridesOf(shape, a.subset).data());
+        pass.Add(TsPass::multiplyBy, tableB.data(), StridesOf(shape, b.subset).data());
         pass.AddTarget(TsPass::sumInto, sums.data(), StridesOf(shape, shape.subset).data());
         pass.AddTarget(TsPass::copyInto, copy.data(), StridesOf(shape, shape.nodes).data());
         pass.Run();
 
         std::vector<double> want(sums.size(), 0.0);
-        for (int c = 0; c < cells; ++c) {
-            const double cell = tableA[size_t(mapA[size_t(c)])] * tableB[size_t(mapB[size_t(c)])];
-            ASSERT_EQ(copy[size_t(c)], cell) << "round " << round << " cell " << c;
-            want[size_t(mapS[size_t(c)])] += cell;
+        for (size_t c = 0; c < mapS.size(); ++c) {
+            const double cell = tableA[size_t(mapA[c])] * tableB[size_t(mapB[c])];
+            ASSERT_EQ(copy[c], cell) << "round " << round << " cell " << c;
+            want[size_t(mapS[c])] += cell;
         }
         // A sum that takes a whole chunk into one cell adds the chunk's
         // total, so its rounding may differ from the cell-by-cell order.
