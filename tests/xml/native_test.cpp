@@ -240,7 +240,7 @@ void ExpectRoundTrip(QEL_network& net, const char* path = nullptr) {
     const std::vector<double> x = Numbers(net), y = Numbers(copy);
     EXPECT_EQ(x.size(), y.size());
     for (size_t i = 0; i < x.size() && i < y.size(); i++) {
-        EXPECT_LE(std::fabs(x[i] - y[i]), 1e-15 * std::fmax(1.0, std::fabs(x[i]))) << i;
+        EXPECT_LE(std::fabs(x[i] - y[i]), 1e-15 * std::fabs(x[i])) << i;
         EXPECT_EQ(x[i] == QEL_NA_DOUBLE, y[i] == QEL_NA_DOUBLE) << i;
     }
     EXPECT_EQ(copy.WriteString(second, nullptr), 0);
@@ -277,7 +277,6 @@ TEST(NativeRoundTrip, EmptyNetworkAndFilesThatCannotBeUsed) {
     ASSERT_TRUE(XmlSave(nullptr, &text, &empty, XmlNoSaveExtension()));
     EXPECT_EQ(text.rfind("KEEP<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<orvil ", 0), 0u);
     EXPECT_NE(text.find("\t<nodes>\n\t</nodes>\n</orvil>\n"), std::string::npos);
-    EXPECT_EQ(text.find("<!--"), std::string::npos);
     EXPECT_TRUE(XmlLoad(nullptr, text.c_str() + 4, &empty, XmlNoLoadExtension()));
     ExpectRoundTrip(empty);
     EXPECT_FALSE(XmlSave("/nonexistent-dir/x.xqel", nullptr, &empty, nullptr));

@@ -13,7 +13,6 @@
 #include "xml/xml_text.h"
 #include "xml_test_support.h"
 
-using xmltest::EventLog;
 using xmltest::RecordingErrors;
 using xmltest::Tree;
 
@@ -181,7 +180,7 @@ TEST(XmlLists, ItemsArriveWholeWhateverTheBlocks) {
     std::mt19937 rng(11);
     for (int round = 0; round < 300; ++round) {
         std::string text = "<r>";
-        EventLog expected = {"start r"};
+        xmltest::EventLog expected = {"start r"};
         for (int l = 1 + static_cast<int>(rng() % 3); l > 0; --l) {
             text += "<v>";
             expected.push_back("start v");
