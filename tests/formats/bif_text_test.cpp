@@ -29,7 +29,6 @@ std::string ReadDataFile(const std::string& name)
     return content.str();
 }
 
-// Parses and resolves `text`; returns the status and fills `model`/`error`.
 int ReadModel(const std::string& text, BifModel& model, BifError& error)
 {
     BifDocument doc;
