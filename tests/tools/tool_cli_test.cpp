@@ -91,11 +91,10 @@ std::vector<std::string> States(QEL_network& net, int h)
     return names;
 }
 
-// Evidence on a random share of the nodes and, in odd rounds, likelihood
-// vectors with positive weights; the model's enumeration against the
-// tool's JSON, from the file itself, from its conversion to the native
-// format, and from that converted back to BIF. Impossible evidence must
-// fail cleanly instead. A second BIF conversion changes no byte.
+// Evidence on a random share of the nodes and, in odd rounds, likelihoods;
+// the model's enumeration against the tool's JSON from the file, from its
+// native conversion and from that converted back to BIF (a second BIF
+// conversion changes no byte). Impossible evidence must fail cleanly.
 TEST(ToolInfer, PosteriorsMatchEnumerationUnderRandomEvidence)
 {
     std::mt19937 rng(20240611);
@@ -199,10 +198,9 @@ int Figure(const std::string& text, const std::string& key, const std::string& a
     return std::atoi(text.c_str() + at);
 }
 
-// Counts of the model, and join-tree figures that any valid join tree
-// satisfies: every family fits in some clique, so the largest clique is at
-// least as large as the largest table and has more nodes than the largest
-// parent set.
+// Counts of the model, and join-tree figures any valid join tree has: every
+// family fits in a clique, so the largest clique has at least the cells of
+// the largest table and more nodes than the largest parent set.
 TEST(ToolInfo, FiguresAgreeWithTheModelAndBoundTheJoinTree)
 {
     for (const char* file : {"asia.bif", "child.bif", "alarm.bif"}) {
@@ -224,7 +222,6 @@ TEST(ToolInfo, FiguresAgreeWithTheModelAndBoundTheJoinTree)
         EXPECT_EQ(Figure(o.out, "states", "total "), states);
         EXPECT_EQ(Figure(o.out, "table cells", "total "), cells);
         EXPECT_EQ(Figure(o.out, "table cells", "largest "), largest);
-        EXPECT_GE(Figure(o.out, "cliques"), 1);
         EXPECT_GE(Figure(o.out, "cliques", "largest "), net.InDegree() + 1);
         EXPECT_GE(Figure(o.out, "cliques", "), "), largest);
         EXPECT_GE(Figure(o.out, "cliques", "total "), Figure(o.out, "cliques", "), "));
@@ -252,7 +249,9 @@ TEST(ToolErrors, EachFailureIsOneLineAndANonZeroExit)
         {{"infer", asia, "-e", "xray"}, 2, "NODE=STATE"},
         {{"infer", asia, "-e"}, 2, "needs a value"},
         {{"infer", asia, "-a", "quantum"}, 2, "unknown algorithm"},
+        {{"infer", asia, "-a", "13"}, 2, "unknown algorithm"},
         {{"infer", asia, "--virtual", "xray=1,-1"}, 2, "weights"},
+        {{"infer", asia, "--virtual", "xray=0,0"}, 2, "weights"},
         {{"infer", "/nonexistent/net.bif"}, 1, "/nonexistent/net.bif"},
         {{"infer", damaged}, 1, "line 3"},
         {{"info", Scratch("model.unknownformat")}, 1, "Unknown File Format"},
