@@ -110,13 +110,12 @@ static void Submodels(void* net)
 int main(void)
 {
     void* net = new_network();
-    void* copy;
 
     Headers(net);
     Screen(net);
     Properties(net);
     Submodels(net);
-    copy = copy_network(net);
+    void* copy = copy_network(net);
     CHECK(FindNode(copy, "Renamed") == 0 && Same(header_GetId(net_Header(copy)), "Model"));
     CHECK(GetNode(copy, 0) != GetNode(net, 0));
     delete_network(copy);
