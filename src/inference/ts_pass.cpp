@@ -62,10 +62,14 @@ std::ptrdiff_t Seek(TsOdometer* odometer, int64_t index) {
     return offset;
 }
 
-// One past the last cell that non-negative strides can reach.
+// One past the last cell that non-negative strides can reach. Like the
+// odometers, it reads no stride of a one-state dimension, which a caller
+// need not fill (Begin adds one to a potential without dimensions).
 int64_t Extent(const TsMatrix::Coords& dims, const int64_t* strides) {
     int64_t last = 0;
-    for (int i = 0; i < dims.count; ++i) last += int64_t(dims[i] - 1) * strides[i];
+    for (int i = 0; i < dims.count; ++i) {
+        if (dims[i] > 1) last += int64_t(dims[i] - 1) * strides[i];
+    }
     return last + 1;
 }
 
