@@ -361,6 +361,11 @@ std::string CaseLine(const std::string& network, const Case& c, const CaseResult
     std::string out = "{\"network\": " + Quote(network) + ", \"id\": " + Quote(c.id);
     out += ", \"level\": " + Quote(c.level >= 0 ? kLevels[c.level] : "");
     out += ", \"observed\": " + std::to_string(c.evidence.size()) + ", \"target\": " + Quote(c.target);
+    // The evidence itself, so that a slow case can be replayed on its own.
+    out += ", \"evidence\": {";
+    for (size_t i = 0; i < c.evidence.size(); ++i)
+        out += (i ? ", " : "") + Quote(c.evidence[i].first) + ": " + Quote(c.evidence[i].second);
+    out += "}";
     out += ", \"full_ms\": " + Num(r.full.best) + ", \"full_runs\": " + std::to_string(r.full.runs);
     out += ", \"full_status\": " + std::to_string(r.full.status);
     out += ", \"target_ms\": " + Num(r.target.best) + ", \"target_runs\": " + std::to_string(r.target.runs);
