@@ -34,10 +34,13 @@ public:
     // Name and value at `index`; unchecked.
     const char* GetPropertyName(int index) const { return names[index]; }
     const char* GetPropertyValue(int index) const { return values[index]; }
-    // Renames entry `index`. -2 for an invalid or duplicate name or a bad
-    // index; else 0.
+    // Renames entry `index`. -2 for an invalid or duplicate name or an index
+    // outside the store (which, as for any string array, may reach past the
+    // last property: such a slot takes the string and the count stays);
+    // else 0.
     int ChangePropertyName(int index, const char* name);
-    // Replaces the value of entry `index`. -2 for a bad index; else 0.
+    // Replaces the value of entry `index`. -2 for an index outside the store,
+    // under the same rule; else 0.
     int ChangePropertyValue(int index, const char* value);
     // Removes entry `index` from both lists. -2 for a bad index; else 0.
     int DeleteProperty(int index);
