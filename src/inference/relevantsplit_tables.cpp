@@ -72,14 +72,46 @@ bool IsOne(double sum, int states, double tolerance) {
     return std::fabs(sum - 1.0) <= std::max(double(states) * DBL_EPSILON, tolerance);
 }
 
-bool ColumnsSumToOne(const QEL_Dmatrix& table, int states, double tolerance) {
-    const QEL_doubleArray& cells = table.GetItems();
-    for (int at = 0; at < table.GetSize(); at += states) {
+// The sum of one column. Long columns are added in four interleaved partial
+// sums, so that no chain of additions waits on itself: tables of nodes with
+// many states are read on every update while their nodes stay barren.
+inline double ColumnSum(const double* cells, int states) {
+    if (states < 8) {
         double sum = 0.0;
-        for (int s = 0; s < states; ++s) sum += cells[at + s];
-        if (!IsOne(sum, states, tolerance)) return false;
+        for (int s = 0; s < states; ++s) sum += cells[s];
+        return sum;
+    }
+    double part[4] = {0.0, 0.0, 0.0, 0.0};
+    int s = 0;
+    for (; s + 4 <= states; s += 4) {
+        for (int i = 0; i < 4; ++i) part[i] += cells[s + i];
+    }
+    for (; s < states; ++s) part[0] += cells[s];
+    return (part[0] + part[1]) + (part[2] + part[3]);
+}
+
+// Whether every column of `states` cells from `cells` to `end` sums to 1
+// within `limit`; the usual small state counts get loops of fixed length.
+template <int N>
+bool EachColumnIsOne(const double* cells, const double* end, int states, double limit) {
+    const int n = N > 0 ? N : states;
+    for (; cells < end; cells += n) {
+        if (std::fabs(ColumnSum(cells, n) - 1.0) > limit) return false;
     }
     return true;
+}
+
+bool ColumnsSumToOne(const QEL_Dmatrix& table, int states, double tolerance) {
+    const double limit = std::max(double(states) * DBL_EPSILON, tolerance);
+    const double* cells = table.GetItems().Items();
+    const double* end = cells + table.GetSize();
+    switch (states) {
+        case 2: return EachColumnIsOne<2>(cells, end, states, limit);
+        case 3: return EachColumnIsOne<3>(cells, end, states, limit);
+        case 4: return EachColumnIsOne<4>(cells, end, states, limit);
+        case 5: return EachColumnIsOne<5>(cells, end, states, limit);
+        default: return EachColumnIsOne<0>(cells, end, states, limit);
+    }
 }
 
 }  // namespace
@@ -98,12 +130,9 @@ QEL_Dmatrix* QEL_rNode::Column_Sums(double tolerance) const {
     dims.Add(1);
     fixed.Add(-1);
     QEL_Dmatrix sums(dims);
-    const QEL_doubleArray& cells = table->GetItems();
-    for (int c = 0; c < sums.GetSize(); ++c) {
-        double sum = 0.0;
-        for (int s = 0; s < states; ++s) sum += cells[c * states + s];
-        sums[c] = sum;
-    }
+    const double* cells = table->GetItems().Items();
+    double* out = sums.GetItems().Items();
+    for (int c = 0; c < sums.GetSize(); ++c, cells += states) out[c] = ColumnSum(cells, states);
     auto* sliced = new QEL_Dmatrix();
     bool ones = sums.RemoveDimensions(fixed, *sliced) == 0;
     for (int c = 0; ones && c < sliced->GetSize(); ++c) ones = IsOne((*sliced)[c], states, tolerance);
@@ -132,14 +161,22 @@ void QEL_rNode::Multiply_By(const QEL_Dmatrix& factor, const fastarray<QEL_rNode
         stride[size_t(d)] = factor.GetPreProduct()[k];
     }
     if (tableKind != ownTable) Set_Probabilities_Table(new QEL_Dmatrix(*table));
-    std::vector<int> coords(size_t(dims), 0);
+    // Column by column: the node's own states run fastest and move the factor
+    // by one step, the parents carry between columns, last parent fastest.
+    const int states = table->GetSizeOfLastDimension();
+    const int own = stride[size_t(dims - 1)];
+    std::vector<int> coords(size_t(dims - 1), 0);
+    std::vector<int> sizes(size_t(dims - 1));
+    for (int d = 0; d + 1 < dims; ++d) sizes[size_t(d)] = table->GetSizeOfDimension(d);
+    double* cells = table->GetItems().Items();
+    const double* end = cells + table->GetSize();
+    const double* f = factor.GetItems().Items();
     int at = 0;
-    for (int cell = 0; cell < table->GetSize(); ++cell) {
-        (*table)[cell] *= factor[at];
-        // The next cell, last dimension fastest, carrying into earlier ones.
-        for (int d = dims - 1; d >= 0; --d) {
+    for (; cells < end; cells += states) {
+        for (int s = 0; s < states; ++s) cells[s] *= f[at + s * own];
+        for (int d = dims - 2; d >= 0; --d) {
             at += stride[size_t(d)];
-            if (++coords[size_t(d)] < table->GetSizeOfDimension(d)) break;
+            if (++coords[size_t(d)] < sizes[size_t(d)]) break;
             at -= stride[size_t(d)] * coords[size_t(d)];
             coords[size_t(d)] = 0;
         }
