@@ -68,9 +68,9 @@ namespace {
 // A column sum that differs from one by no more than the rounding of adding
 // `states` cells counts as one: tables whose decimal cells add up to one
 // exactly still give such sums. A caller may accept more.
-bool IsOne(double sum, int states, double tolerance) {
-    return std::fabs(sum - 1.0) <= std::max(double(states) * DBL_EPSILON, tolerance);
-}
+double OneLimit(int states, double tolerance) { return std::max(double(states) * DBL_EPSILON, tolerance); }
+
+bool IsOne(double sum, int states, double tolerance) { return std::fabs(sum - 1.0) <= OneLimit(states, tolerance); }
 
 // The sum of one column. Long columns are added in four interleaved partial
 // sums, so that no chain of additions waits on itself: tables of nodes with
@@ -102,7 +102,7 @@ bool EachColumnIsOne(const double* cells, const double* end, int states, double 
 }
 
 bool ColumnsSumToOne(const QEL_Dmatrix& table, int states, double tolerance) {
-    const double limit = std::max(double(states) * DBL_EPSILON, tolerance);
+    const double limit = OneLimit(states, tolerance);
     const double* cells = table.GetItems().Items();
     const double* end = cells + table.GetSize();
     switch (states) {
