@@ -6,6 +6,7 @@
 
 #include <new>
 
+#include "core/network_defaults.h"
 #include "orvil/casemanager.h"
 #include "orvil/dbn.h"
 #include "orvil/errors.h"
@@ -21,7 +22,6 @@ static const int defaultTableSize = 50;
 static const int defaultNetworkFlags = 3;
 // Every class of model event runs the relevance hooks.
 static const int allRelevanceEvents = 0x7FFFFFFF;
-static const int defaultSamples = 10000;
 static const int defaultFaultNameFormat = 3;
 static const int defaultNoisyDecompLimit = 4;
 
@@ -97,8 +97,8 @@ void QEL_network::Initialize() {
     numNodes = 0;
     growthStep = defaultTableSize;
     numTargets = 0;
-    numberOfSamples = defaultSamples;
-    numberOfDiscretizationSamples = defaultSamples;
+    numberOfSamples = kNetworkDefaultSamples;
+    numberOfDiscretizationSamples = kNetworkDefaultSamples;
     rejectOutliers = false;
     faultNameFormat = defaultFaultNameFormat;
 }

@@ -6,6 +6,7 @@
 // table changes.
 #include <stdio.h>
 
+#include "core/network_defaults.h"
 #include "orvil/casemanager.h"
 #include "orvil/dbn.h"
 #include "orvil/errors.h"
@@ -23,8 +24,6 @@
 #define ORVIL_COMMIT_TEXT "unknown"
 #endif
 
-static const int defaultSamples = 10000;
-
 int QEL_network::Flush() {
     submodels->Flush();
     for (int h = 0; h < maxNodes; h++) {
@@ -36,8 +35,8 @@ int QEL_network::Flush() {
     }
     numNodes = 0;
     numTargets = 0;
-    numberOfSamples = defaultSamples;
-    numberOfDiscretizationSamples = defaultSamples;
+    numberOfSamples = kNetworkDefaultSamples;
+    numberOfDiscretizationSamples = kNetworkDefaultSamples;
     rejectOutliers = false;
     delete dbn;
     dbn = nullptr;
