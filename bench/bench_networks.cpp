@@ -4,7 +4,8 @@
 // A plain timing program, not a Google Benchmark suite: for each network it
 // measures the load, then for each evidence case a full update (every
 // belief) and a targeted update (the case's target only), each the fastest
-// of a few runs from invalidated beliefs. Posteriors are compared with the
+// of a few runs from invalidated beliefs, and an update for two targets (the
+// case's and one more, see case_sampler::SecondTarget). Posteriors are compared with the
 // reference file where one exists. Each network runs in a child process of
 // its own, so that its peak memory is its own (the child's ru_maxrss), a
 // crash or a hang costs that network only, and a hard time limit can end
@@ -307,6 +308,8 @@ bool SetCaseEvidence(QEL_network& net, const Case& c, std::string& error)
 struct CaseResult {
     Measure full;
     Measure target;
+    Measure pair;
+    std::string target2;
     double maxDiff = NAN;
     double logPe = NAN;
     std::string error;
@@ -321,11 +324,29 @@ void CheckFull(QEL_network& net, const Case& c, CaseResult& r)
         r.maxDiff = std::max(r.maxDiff, BeliefDifference(net, p.first, p.second));
 }
 
-void CheckTarget(QEL_network& net, const Case& c, CaseResult& r)
+void CheckTarget(QEL_network& net, const Case& c, const std::string& target, CaseResult& r)
 {
     for (const auto& p : c.posteriors)
-        if (p.first == c.target)
+        if (p.first == target)
             r.maxDiff = std::max(std::isnan(r.maxDiff) ? 0.0 : r.maxDiff, BeliefDifference(net, p.first, p.second));
+}
+
+// The case's target with a second one, timed and checked like the first.
+void RunPair(QEL_network& net, const Case& c, int target, const Options& o, Clock::time_point deadline,
+             CaseResult& r)
+{
+    r.target2 = case_sampler::SecondTarget(net, c.id, c.target, c.evidence);
+    int second = r.target2.empty() ? -1 : FindByName(net, r.target2);
+    if (second < 0 || Clock::now() >= deadline)
+        return;
+    net.ClearAllTargets();
+    net.SetTarget(target, true);
+    net.SetTarget(second, true);
+    r.pair = TimeUpdates(net, o, deadline);
+    if (r.pair.status == 0) {
+        CheckTarget(net, c, c.target, r);
+        CheckTarget(net, c, r.target2, r);
+    }
 }
 
 CaseResult RunCase(QEL_network& net, const Case& c, const Options& o, Clock::time_point deadline)
@@ -350,8 +371,9 @@ CaseResult RunCase(QEL_network& net, const Case& c, const Options& o, Clock::tim
     if (Clock::now() < deadline) {
         r.target = TimeUpdates(net, o, deadline);
         if (r.target.status == 0)
-            CheckTarget(net, c, r);
+            CheckTarget(net, c, c.target, r);
     }
+    RunPair(net, c, target, o, deadline, r);
     net.ClearAllTargets();
     return r;
 }
@@ -370,6 +392,8 @@ std::string CaseLine(const std::string& network, const Case& c, const CaseResult
     out += ", \"full_status\": " + std::to_string(r.full.status);
     out += ", \"target_ms\": " + Num(r.target.best) + ", \"target_runs\": " + std::to_string(r.target.runs);
     out += ", \"target_status\": " + std::to_string(r.target.status);
+    out += ", \"target2\": " + Quote(r.target2) + ", \"pair_ms\": " + Num(r.pair.best);
+    out += ", \"pair_status\": " + std::to_string(r.pair.status);
     out += ", \"max_diff\": " + Num(r.maxDiff) + ", \"log_pe\": " + Num(r.logPe);
     out += ", \"log_pe_diff\": " + Num(c.hasLogPe ? std::fabs(r.logPe - c.logPe) : NAN);
     if (!r.error.empty())
@@ -408,6 +432,7 @@ struct NetworkTotals {
     size_t sampled = 0;  // cases drawn from the network, beside the shared ones
     std::vector<double> full[kLevelCount];
     std::vector<double> target[kLevelCount];
+    std::vector<double> pair[kLevelCount];
     double maxDiff = NAN;
     int run = 0;
     int failed = 0;
@@ -417,11 +442,11 @@ struct NetworkTotals {
 
 void Accumulate(const Case& c, const CaseResult& r, NetworkTotals& t)
 {
-    bool failed = !r.error.empty() || r.full.status != 0 || r.target.status != 0;
+    int status = r.full.status != 0 ? r.full.status : r.target.status != 0 ? r.target.status : r.pair.status;
+    bool failed = !r.error.empty() || status != 0;
     t.failed += failed ? 1 : 0;
     if (failed && t.note.empty())
-        t.note = r.error.empty() ? "status " + std::to_string(r.full.status != 0 ? r.full.status : r.target.status)
-                                 : r.error;
+        t.note = r.error.empty() ? "status " + std::to_string(status) : r.error;
     if (!std::isnan(r.maxDiff))
         t.maxDiff = std::isnan(t.maxDiff) ? r.maxDiff : std::max(t.maxDiff, r.maxDiff);
     if (c.level < 0)
@@ -430,6 +455,8 @@ void Accumulate(const Case& c, const CaseResult& r, NetworkTotals& t)
         t.full[c.level].push_back(r.full.best);
     if (r.target.status == 0 && r.target.runs > 0)
         t.target[c.level].push_back(r.target.best);
+    if (r.pair.status == 0 && r.pair.runs > 0)
+        t.pair[c.level].push_back(r.pair.best);
 }
 
 // Reads the cases and the network, adds the sampled cases and notes the
@@ -462,11 +489,11 @@ void WriteSummary(FILE* out, const std::string& name, const NetworkTotals& t, si
 {
     std::fprintf(out,
                  "{\"network\": %s, \"summary\": true, \"nodes\": %d, \"load_ms\": %s, \"full_ms\": %s, "
-                 "\"target_ms\": %s, \"full_cases\": %s, \"target_cases\": %s, \"max_diff\": %s, "
+                 "\"target_ms\": %s, \"pair_ms\": %s, \"full_cases\": %s, \"target_cases\": %s, \"max_diff\": %s, "
                  "\"cases\": %zu, \"cases_sampled\": %zu, \"cases_run\": %d, \"cases_failed\": %d, "
                  "\"note\": %s}\n",
                  Quote(name).c_str(), t.nodes, Num(t.loadMs).c_str(), LevelMedians(t.full).c_str(),
-                 LevelMedians(t.target).c_str(), LevelCounts(t.full).c_str(), LevelCounts(t.target).c_str(),
+                 LevelMedians(t.target).c_str(), LevelMedians(t.pair).c_str(), LevelCounts(t.full).c_str(), LevelCounts(t.target).c_str(),
                  Num(t.maxDiff).c_str(), cases, t.sampled, t.run, t.failed, Quote(t.note).c_str());
     std::fflush(out);
 }
@@ -581,8 +608,9 @@ std::string Cell(const JsonValue* v, const char* key = nullptr)
 
 void PrintHeader()
 {
-    std::printf("%-11s %6s %9s %9s %9s %9s %9s %9s %9s %9s %8s  %s\n", "network", "nodes", "load ms", "full e0",
-                "full e5", "full e20", "tgt e0", "tgt e5", "tgt e20", "max diff", "peak MB", "note");
+    std::printf("%-11s %6s %9s %9s %9s %9s %9s %9s %9s %9s %9s %9s %9s %8s  %s\n", "network", "nodes", "load ms",
+                "full e0", "full e5", "full e20", "tgt e0", "tgt e5", "tgt e20", "2tgt e0", "2tgt e5", "2tgt e20",
+                "max diff", "peak MB", "note");
 }
 
 std::string LevelCountText(const JsonValue* counts)
@@ -624,10 +652,12 @@ std::string PrintRow(const std::string& name, const ChildOutcome& outcome, std::
     std::string text = !outcome.failure.empty() ? outcome.failure : note != nullptr ? note->text : "";
     const JsonValue* full = summary.Find("full_ms");
     const JsonValue* target = summary.Find("target_ms");
-    std::printf("%-11s %6s %9s %9s %9s %9s %9s %9s %9s %9s %8.1f  %s\n", name.c_str(),
+    const JsonValue* pair = summary.Find("pair_ms");
+    std::printf("%-11s %6s %9s %9s %9s %9s %9s %9s %9s %9s %9s %9s %9s %8.1f  %s\n", name.c_str(),
                 Cell(&summary, "nodes").c_str(), Cell(&summary, "load_ms").c_str(), Cell(full, "e0").c_str(),
                 Cell(full, "e5").c_str(), Cell(full, "e20").c_str(), Cell(target, "e0").c_str(),
-                Cell(target, "e5").c_str(), Cell(target, "e20").c_str(), Cell(&summary, "max_diff").c_str(),
+                Cell(target, "e5").c_str(), Cell(target, "e20").c_str(), Cell(pair, "e0").c_str(),
+                Cell(pair, "e5").c_str(), Cell(pair, "e20").c_str(), Cell(&summary, "max_diff").c_str(),
                 outcome.peakMb, text.c_str());
     std::fflush(stdout);
     std::string tail = ", \"peak_mb\": " + Num(outcome.peakMb) +

@@ -157,4 +157,21 @@ bool DrawCase(QEL_network& net, double share, Rng& rng, Draw& out, std::string& 
     return true;
 }
 
+std::string SecondTarget(QEL_network& net, const std::string& caseId, const std::string& target,
+                         const std::vector<std::pair<std::string, std::string>>& evidence)
+{
+    std::vector<std::string> candidates;
+    for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) {
+        std::string id = NodeId(net, h);
+        bool observed = std::any_of(evidence.begin(), evidence.end(),
+                                    [&id](const std::pair<std::string, std::string>& e) { return e.first == id; });
+        if (!observed && id != target)
+            candidates.push_back(id);
+    }
+    if (candidates.empty())
+        return "";
+    Rng rng(0, caseId, 0, 0);
+    return candidates[static_cast<size_t>(rng.Below(static_cast<int>(candidates.size())))];
+}
+
 }  // namespace case_sampler

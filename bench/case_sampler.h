@@ -5,7 +5,8 @@
 // outcome drawn from the column of its table that its parents' sampled
 // outcomes select), a share of the nodes observed at their sampled
 // outcomes, chosen uniformly without replacement, and one target chosen
-// uniformly among the nodes left unobserved. The evidence therefore always
+// uniformly among the nodes left unobserved (and, on request, a second
+// one among those left after it). The evidence therefore always
 // has a probability above zero. Nodes and outcomes are named by their
 // identifiers. Every case has its own random source, seeded from the run's
 // seed, the network's name, the share and the case's number, so a case is
@@ -59,6 +60,13 @@ bool ForwardSample(QEL_network& net, Rng& rng, std::vector<int>& sample, std::st
 // A whole case for `share` of the nodes. False, with `error` set, when the
 // network is empty or cannot be sampled (see ForwardSample).
 bool DrawCase(QEL_network& net, double share, Rng& rng, Draw& out, std::string& error);
+
+// A second target for a case, so that updates for two targets can be timed
+// too: uniform among the nodes that are neither observed nor the case's
+// target, from a source seeded by the case's id alone, so that a case is
+// paired with the same node in every run. Empty when no such node is left.
+std::string SecondTarget(QEL_network& net, const std::string& caseId, const std::string& target,
+                         const std::vector<std::pair<std::string, std::string>>& evidence);
 
 }  // namespace case_sampler
 
