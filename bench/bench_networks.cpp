@@ -3,10 +3,10 @@
 //
 // A plain timing program, not a Google Benchmark suite: for each network it
 // measures the load, then for each evidence case a full update (every
-// belief) and a targeted update (the case's target only), each the fastest
-// of a few runs from invalidated beliefs, and an update for two targets (the
-// case's and one more, see case_sampler::SecondTarget). Posteriors are compared with the
-// reference file where one exists. Each network runs in a child process of
+// belief), a targeted update (the case's target only) and an update for two
+// targets (the case's and one more, see case_sampler::SecondTarget), each
+// the fastest of a few runs from invalidated beliefs. Posteriors are
+// compared with the reference file where one exists. Each network runs in a child process of
 // its own, so that its peak memory is its own (the child's ru_maxrss), a
 // crash or a hang costs that network only, and a hard time limit can end
 // it. The child reports through a pipe, one JSON object per line: one per
