@@ -54,7 +54,11 @@ void BifMakeIds(const std::vector<std::string>& texts,
     QEL_idArray used;
     ids.assign(texts.size(), std::string());
     for (size_t i = 0; i < texts.size(); ++i) {
-        if (texts[i].size() > maxBaseLength || !IsFree(used, takenElsewhere, texts[i]))
+        // A repaired id may be longer than the base it was cut to (a prefix
+        // and a number), so the bound here is the whole buffer: an id this
+        // code made must come back unchanged when it is read again.
+        if (texts[i].size() >= static_cast<size_t>(QEL_idArray::idBufferSize) ||
+            !IsFree(used, takenElsewhere, texts[i]))
             continue;
         used.Add(texts[i].c_str());
         ids[i] = texts[i];

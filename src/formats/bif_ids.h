@@ -11,10 +11,11 @@
 
 // Writes into `ids` one identifier per text, unique among themselves and
 // refused by `takenElsewhere` (which may be empty). Texts that are valid
-// identifiers keep them, whatever their position; the others are repaired
-// by QEL_idArray::MakeValidIdExtra, and a repaired id that is taken gets the
-// first free number from 2, as QEL_idArray::MakeConsistent does. Texts
-// longer than an id buffer are cut first.
+// identifiers and fit an id buffer keep them, whatever their position; the
+// others are cut to the base length of an id, repaired by
+// QEL_idArray::MakeValidIdExtra, and a repaired id that is taken gets the
+// first free number from 2, as QEL_idArray::MakeConsistent does. Every id
+// made fits an id buffer, so the ids of ids are the same ids.
 void BifMakeIds(const std::vector<std::string>& texts,
                 const std::function<bool(const char*)>& takenElsewhere,
                 std::vector<std::string>& ids);

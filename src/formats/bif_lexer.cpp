@@ -49,6 +49,14 @@ BifTokenKind PunctKind(char c)
     }
 }
 
+int UnknownCharacter(char c, int line, BifError& error)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "unknown character 0x%02X",
+                  static_cast<unsigned>(static_cast<unsigned char>(c)));
+    return error.Set(QEL_LEXICAL_ERROR, line, text);
+}
+
 }  // namespace
 
 BifLexer::BifLexer(const char* text, size_t length) : pos(text), end(text + length)
@@ -93,6 +101,10 @@ int BifLexer::ReadQuoted(BifToken& token, BifError& error)
     int startLine = line;
     const char* start = ++pos;
     while (pos < end && *pos != '"') {
+        // Names are kept as C strings, where a zero byte would cut them
+        // short; any other byte inside quotes is taken as it stands.
+        if (*pos == '\0')
+            return UnknownCharacter(*pos, line, error);
         line += (*pos == '\n');
         ++pos;
     }
@@ -139,12 +151,8 @@ int BifLexer::Next(BifToken& token, BifError& error)
         return QEL_OKAY;
     case Quote:
         return ReadQuoted(token, error);
-    case Control: {
-        char text[64];
-        std::snprintf(text, sizeof text, "unknown character 0x%02X",
-                      static_cast<unsigned>(static_cast<unsigned char>(c)));
-        return error.Set(QEL_LEXICAL_ERROR, line, text);
-    }
+    case Control:
+        return UnknownCharacter(c, line, error);
     default:
         ReadWord(token);
         return QEL_OKAY;
@@ -161,6 +169,9 @@ int BifLexer::RawStatement(std::string_view& text, int& startLine, BifError& err
     bool quoted = false;
     for (; pos < end; ++pos) {
         char c = *pos;
+        // Property values are kept as C strings too.
+        if (c == '\0')
+            return UnknownCharacter(c, line, error);
         line += (c == '\n');
         if (c == '"')
             quoted = !quoted;

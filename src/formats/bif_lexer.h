@@ -38,16 +38,17 @@ public:
     BifLexer(const char* text, size_t length);
 
     // Reads the next token into `token`. Returns 0, or a negative status
-    // with `error` filled: -126 for a control character, -128 for a quote or
-    // block comment that is not closed. At the end of the text the token is
+    // with `error` filled: -126 for a control character outside quotes or a
+    // zero byte inside them, -128 for a quote or block comment that is not
+    // closed. At the end of the text the token is
     // of kind End, and stays so on further calls.
     int Next(BifToken& token, BifError& error);
 
     // Takes the raw text from the current position up to the next semicolon
     // that is not inside quotes, for `property` statements whose content is
     // free text. The semicolon is consumed and not part of `text`; `line` is
-    // the line where the text starts. Returns 0; -127 when a closing brace
-    // comes first; -128 when the text ends first.
+    // the line where the text starts. Returns 0; -126 for a zero byte;
+    // -127 when a closing brace comes first; -128 when the text ends first.
     int RawStatement(std::string_view& text, int& line, BifError& error);
 
     int Line() const { return line; }

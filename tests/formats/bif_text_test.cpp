@@ -7,7 +7,9 @@
 #include "formats/bif_parser.h"
 #include "formats/bif_resolve.h"
 #include "orvil/bif.h"
+#include "orvil/errors.h"
 #include "orvil/network.h"
+#include "orvil/userproperties.h"
 
 #include <gtest/gtest.h>
 
@@ -232,6 +234,83 @@ TEST(BifRoundTrip, CutOrDamagedTextIsRefusedWithALineInside)
         }
         ReadStatus(text);
     }
+}
+
+// A text read into a fresh network: the status it must give and, for a
+// refusal, the one message it must log.
+struct FoundText {
+    const char* what;
+    std::string text;
+    int code;
+    const char* saying;
+};
+
+// The text written for `text` read into `net`, or "" when the read fails.
+std::string ReadAndWrite(QEL_network& net, const std::string& text)
+{
+    std::string written;
+    if (QEL_bifSpeaker(&net).ReadNetworkFromBuffer(text.data(), text.size()) == 0) {
+        EXPECT_EQ(QEL_bifSpeaker(&net).WriteNetworkToString(written), 0);
+    }
+    return written;
+}
+
+// Texts the file fuzzer found mishandled. A zero byte cannot live in a name
+// or property kept as a C string, so it is refused wherever it stands, as
+// any control character outside quotes is. Ids cut to the base length and
+// repaired grow past it again; read back they must stay as they are, else
+// every write and read loses a character of them. An accepted text must
+// write out a text that reads back and writes the same.
+TEST(BifRoundTrip, FuzzedTextsFailCleanlyOrReachAFixedPoint)
+{
+    using namespace std::string_literals;
+    const std::string pair = " { type discrete [ 2 ] { x, y }; }\n";
+    const std::string longValid = "v" + std::string(1030, '1');
+    const std::string longRepaired = std::string(1030, '<');
+    const std::vector<FoundText> texts = {
+        {"zero byte in a quoted name", "network n {}\nvariable \"a\0b\""s + pair, -126,
+         "line 2: unknown character 0x00"},
+        {"zero byte in a quoted state", "variable a {\n type discrete [ 2 ] { \"x\0\", y }; }"s, -126,
+         "line 2: unknown character 0x00"},
+        {"zero byte in a property", "network n {\n property \"v = 1\0\"; }"s, -126,
+         "line 2: unknown character 0x00"},
+        {"zero byte in a bare property", "network n { property v\0 = 1; }"s, -126,
+         "line 1: unknown character 0x00"},
+        {"zero byte in a comment", "// \0\nvariable a"s + pair + "probability ( a ) { table 0.5, 0.5; }"s, 0,
+         nullptr},
+        {"long repaired property name",
+         "network n { property \"" + longRepaired + " = v\"; }\nvariable a" + pair +
+             "probability ( a ) { table 0.5, 0.5; }",
+         0, nullptr},
+        {"long valid names", "network " + longValid + " { property " + longValid + " = v; }\nvariable " +
+                                 longValid + pair + "probability ( " + longValid + " ) { table 0.5, 0.5; }",
+         0, nullptr},
+        {"long repaired names", "network \"" + longRepaired + "\" {}\nvariable \"" + longRepaired + "\"" + pair +
+                                    "probability ( \"" + longRepaired + "\" ) { table 0.5, 0.5; }",
+         0, nullptr},
+    };
+    for (const FoundText& found : texts) {
+        SCOPED_TRACE(found.what);
+        QEL_errorH().Flush();
+        QEL_network net;
+        const std::string written = ReadAndWrite(net, found.text);
+        if (found.code != 0) {
+            EXPECT_EQ(QEL_errorH().GetNumberOfErrors(), 1);
+            EXPECT_EQ(QEL_errorH().GetLastError(), found.code);
+            EXPECT_STREQ(QEL_errorH().GetLastErrorMessage(), found.saying);
+            EXPECT_EQ(net.GetFirstNode(), -2);
+            continue;
+        }
+        ASSERT_EQ(QEL_errorH().GetNumberOfErrors(), 0) << QEL_errorH().GetLastErrorMessage();
+        QEL_network again;
+        EXPECT_EQ(ReadAndWrite(again, written), written);
+        EXPECT_EQ(QEL_errorH().GetNumberOfErrors(), 0) << QEL_errorH().GetLastErrorMessage();
+    }
+    // A valid id of any length that fits the buffer is kept whole.
+    QEL_network net;
+    ReadAndWrite(net, texts[6].text);
+    EXPECT_GE(net.FindNode(longValid.c_str()), 0);
+    EXPECT_GE(net.UserProperties().FindProperty(longValid.c_str()), 0);
 }
 
 }  // namespace
