@@ -3,12 +3,14 @@
 // them, random models written and read back unchanged, and cut or damaged
 // text refused with a line inside it.
 #include "formats/bif_format.h"
+#include "formats/bif_ids.h"
 #include "formats/bif_lexer.h"
 #include "formats/bif_parser.h"
 #include "formats/bif_resolve.h"
 #include "orvil/bif.h"
 #include "orvil/errors.h"
 #include "orvil/network.h"
+#include "orvil/stringarray.h"
 #include "orvil/userproperties.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +20,7 @@
 #include <fstream>
 #include <numeric>
 #include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -311,6 +314,65 @@ TEST(BifRoundTrip, FuzzedTextsFailCleanlyOrReachAFixedPoint)
     ReadAndWrite(net, texts[6].text);
     EXPECT_GE(net.FindNode(longValid.c_str()), 0);
     EXPECT_GE(net.UserProperties().FindProperty(longValid.c_str()), 0);
+}
+
+// The id rule read plainly: valid texts that fit the buffer claim their
+// own ids first; each other text is cut, repaired, and numbered from 2
+// past whatever is taken by then.
+std::vector<std::string> NaiveIds(const std::vector<std::string>& texts, const std::set<std::string>& elsewhere)
+{
+    std::set<std::string> used(elsewhere);
+    const auto isFree = [&used](const std::string& id) {
+        return QEL_idArray().ValidId(id.c_str()) == 1 && used.count(id) == 0;
+    };
+    std::vector<std::string> ids(texts.size());
+    for (size_t i = 0; i < texts.size(); ++i)
+        if (texts[i].size() < QEL_idArray::idBufferSize && isFree(texts[i]))
+            used.insert(ids[i] = texts[i]);
+    for (size_t i = 0; i < texts.size(); ++i) {
+        if (!ids[i].empty())
+            continue;
+        char buffer[QEL_idArray::idBufferSize] = "x";
+        texts[i].copy(buffer, std::min<size_t>(texts[i].size(), 1021));
+        QEL_idArray::MakeValidIdExtra(buffer);
+        std::string id = buffer;
+        for (int number = 2; !isFree(id); ++number)
+            id = buffer + std::to_string(number);
+        used.insert(ids[i] = id);
+    }
+    return ids;
+}
+
+// Random names whose repairs collide with each other, with valid names and
+// with ids taken elsewhere get the ids of the plain rule; so do two thousand
+// names that all repair to one base, which the rule, searched afresh for
+// each name, would take minutes over.
+TEST(BifIds, IdsFollowThePlainRuleAtAnyCount)
+{
+    const std::vector<std::string> pieces = {"x", "_", "<", "2", "3", "-", "x_", "x_2", ""};
+    std::mt19937 rng(11);
+    for (int round = 0; round < 300; ++round) {
+        std::vector<std::string> texts(1 + rng() % 12);
+        for (std::string& text : texts)
+            for (int n = static_cast<int>(rng() % 3); n >= 0; --n)
+                text += pieces[rng() % pieces.size()];
+        std::set<std::string> elsewhere;
+        for (int n = static_cast<int>(rng() % 3); n > 0; --n)
+            elsewhere.insert("x_" + std::string(rng() % 2 ? "" : "_") + std::to_string(rng() % 4));
+        std::vector<std::string> ids;
+        BifMakeIds(texts, [&elsewhere](const char* id) { return elsewhere.count(id) != 0; }, ids);
+        ASSERT_EQ(ids, NaiveIds(texts, elsewhere)) << round;
+    }
+    const std::string marks = "<>+-.!@#$%^&~?=:*";
+    std::vector<std::string> texts;
+    for (char a : marks)
+        for (char b : marks)
+            for (char c : marks)
+                texts.push_back({a, b, c});
+    texts.resize(2000);
+    std::vector<std::string> ids;
+    BifMakeIds(texts, nullptr, ids);
+    EXPECT_EQ(ids, NaiveIds(texts, {}));
 }
 
 }  // namespace
