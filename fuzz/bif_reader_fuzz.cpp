@@ -3,8 +3,9 @@
 // network's read bracket, just as a file read goes. Besides memory faults,
 // hangs and escaping exceptions it stops on a broken promise of the reader:
 // - a read succeeds exactly when nothing was logged; a failed read logs one
-//   message, under its own status, which is one the reader documents, and
-//   leaves the network empty, still able to be saved and written as BIF;
+//   message, under its own status, which is one the reader documents, names
+//   a line inside the text, and leaves the network empty, still able to be
+//   saved and written as BIF;
 // - a successful read leaves only ready nodes (the readiness pass that ends
 //   a file read deletes none), and the pass after it logs nothing but
 //   warnings about tables whose columns do not sum to one;
@@ -13,10 +14,12 @@
 // The first written text is not compared with the input: the writer chooses
 // its own layout, numbers and quoting, so only its own output is a fixed
 // point.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "orvil/bif.h"
@@ -60,6 +63,13 @@ int CountNodes(QEL_network& net) {
     return count;
 }
 
+// A refusal names the line it was found on, which must lie in the text.
+bool NamesALineInside(const char* message, const char* text, size_t length) {
+    if (message == nullptr || strncmp(message, "line ", 5) != 0) return false;
+    const long line = strtol(message + 5, nullptr, 10);
+    return line >= 1 && line <= 1 + std::count(text, text + length, '\n');
+}
+
 // Reads `length` bytes into `net` as ReadFile would, and checks what the
 // reader logged before the bracket's own passes run.
 int ReadBracketed(QEL_network& net, const char* text, size_t length) {
@@ -73,6 +83,7 @@ int ReadBracketed(QEL_network& net, const char* text, size_t length) {
     } else {
         CHECK(QEL_errorH().GetNumberOfErrors() == 1);
         CHECK(QEL_errorH().GetLastError() == status);
+        CHECK(NamesALineInside(QEL_errorH().GetLastErrorMessage(), text, length));
         CHECK(CountNodes(net) == 0);
     }
     const int nodes = CountNodes(net);
