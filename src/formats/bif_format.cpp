@@ -10,16 +10,22 @@
 
 namespace {
 
+// `text` in double quotes, each double quote inside it made a single one.
+void AppendQuoted(std::string& out, const std::string& text)
+{
+    out += '"';
+    for (char c : text)
+        out += (c == '"' ? '\'' : c);
+    out += '"';
+}
+
 void AppendName(std::string& out, const std::string& name)
 {
     if (BifIsBareWord(name)) {
         out += name;
         return;
     }
-    out += '"';
-    for (char c : name)
-        out += (c == '"' ? '\'' : c);
-    out += '"';
+    AppendQuoted(out, name);
 }
 
 void AppendNumber(std::string& out, double value)
@@ -39,15 +45,18 @@ void AppendNumbers(std::string& out, const double* values, size_t count)
     out += ";\n";
 }
 
-// Properties are written in quoted form, which keeps semicolons, braces and
-// equals signs in values readable.
+// A property is written as its name, "=" and its value in quotes. The
+// quotes keep semicolons, braces and equals signs in the value readable,
+// and they keep blanks at its ends, which the reader trims from text
+// outside quotes; quoting the whole statement instead would lose them.
 void AppendProperties(std::string& out, const std::vector<BifProperty>& properties)
 {
     for (const BifProperty& property : properties) {
-        out += "  property \"";
-        for (char c : property.name + " = " + property.value)
-            out += (c == '"' ? '\'' : c);
-        out += "\";\n";
+        out += "  property ";
+        AppendName(out, property.name);
+        out += " = ";
+        AppendQuoted(out, property.value);
+        out += ";\n";
     }
 }
 

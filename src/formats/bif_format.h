@@ -12,8 +12,10 @@
 // configuration, so that no reader has to guess an ordering convention.
 // Probabilities are written in their shortest form that reads back to the
 // same double. Names that are not single words are quoted; a double quote
-// inside a name cannot be written and becomes a single quote. The model must
-// be complete: every table of the size its states and parents imply.
+// inside a name cannot be written and becomes a single quote. Properties
+// are written as `property NAME = "VALUE";`, with the same change of
+// quotes in the value. The model must be complete: every table of the size
+// its states and parents imply.
 void BifFormat(const BifModel& model, std::string& out);
 
 #endif

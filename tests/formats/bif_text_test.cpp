@@ -137,7 +137,7 @@ BifModel RandomModel(std::mt19937& rng)
 {
     BifModel model;
     model.name = RandomName(rng);
-    model.properties = {{"version", "<" + RandomName(rng) + " = ; }"}};
+    model.properties = {{"version", "<" + RandomName(rng) + " = ; }"}, {"note", RandomName(rng)}};
     const size_t count = 1 + rng() % 7;
     const std::vector<std::string> names = RandomNames(rng, count);
     std::vector<int> rank(count);
@@ -262,14 +262,17 @@ std::string ReadAndWrite(QEL_network& net, const std::string& text)
 // or property kept as a C string, so it is refused wherever it stands, as
 // any control character outside quotes is. Ids cut to the base length and
 // repaired grow past it again; read back they must stay as they are, else
-// every write and read loses a character of them. An accepted text must
-// write out a text that reads back and writes the same.
+// every write and read loses a character of them. Blanks at the ends of a
+// property value must survive being written. An accepted text must write
+// out a text that reads back and writes the same.
 TEST(BifRoundTrip, FuzzedTextsFailCleanlyOrReachAFixedPoint)
 {
     using namespace std::string_literals;
     const std::string pair = " { type discrete [ 2 ] { x, y }; }\n";
     const std::string longValid = "v" + std::string(1030, '1');
     const std::string longRepaired = std::string(1030, '<');
+    const std::string longValidText = "network " + longValid + " { property " + longValid + " = v; }\nvariable " +
+                                      longValid + pair + "probability ( " + longValid + " ) { table 0.5, 0.5; }";
     const std::vector<FoundText> texts = {
         {"zero byte in a quoted name", "network n {}\nvariable \"a\0b\""s + pair, -126,
          "line 2: unknown character 0x00"},
@@ -281,13 +284,14 @@ TEST(BifRoundTrip, FuzzedTextsFailCleanlyOrReachAFixedPoint)
          "line 1: unknown character 0x00"},
         {"zero byte in a comment", "// \0\nvariable a"s + pair + "probability ( a ) { table 0.5, 0.5; }"s, 0,
          nullptr},
+        {"blanks around a property value",
+         "network n { property author = \"\v\x01 y \"; }\nvariable a" + pair + "probability ( a ) { table 1, 0; }", 0,
+         nullptr},
         {"long repaired property name",
          "network n { property \"" + longRepaired + " = v\"; }\nvariable a" + pair +
              "probability ( a ) { table 0.5, 0.5; }",
          0, nullptr},
-        {"long valid names", "network " + longValid + " { property " + longValid + " = v; }\nvariable " +
-                                 longValid + pair + "probability ( " + longValid + " ) { table 0.5, 0.5; }",
-         0, nullptr},
+        {"long valid names", longValidText, 0, nullptr},
         {"long repaired names", "network \"" + longRepaired + "\" {}\nvariable \"" + longRepaired + "\"" + pair +
                                     "probability ( \"" + longRepaired + "\" ) { table 0.5, 0.5; }",
          0, nullptr},
@@ -311,7 +315,7 @@ TEST(BifRoundTrip, FuzzedTextsFailCleanlyOrReachAFixedPoint)
     }
     // A valid id of any length that fits the buffer is kept whole.
     QEL_network net;
-    ReadAndWrite(net, texts[6].text);
+    ReadAndWrite(net, longValidText);
     EXPECT_GE(net.FindNode(longValid.c_str()), 0);
     EXPECT_GE(net.UserProperties().FindProperty(longValid.c_str()), 0);
 }
