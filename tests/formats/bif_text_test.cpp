@@ -1,7 +1,8 @@
-// The BIF text layer without a network: tokens and their lines, numbers,
-// tables in the engine's layout whichever way a probability block gives
-// them, random models written and read back unchanged, and cut or damaged
-// text refused with a line inside it.
+// The BIF text layer, mostly without a network: tokens and their lines,
+// numbers, tables in the engine's layout whichever way a probability block
+// gives them, random models written and read back unchanged, cut or damaged
+// text refused with a line inside it, texts the file fuzzer found, and ids
+// made from names against the plain rule.
 #include "formats/bif_format.h"
 #include "formats/bif_ids.h"
 #include "formats/bif_lexer.h"
@@ -336,6 +337,7 @@ std::vector<std::string> NaiveIds(const std::vector<std::string>& texts, const s
     for (size_t i = 0; i < texts.size(); ++i) {
         if (!ids[i].empty())
             continue;
+        // The buffer is zeros past the "x", so the copy stays terminated.
         char buffer[QEL_idArray::idBufferSize] = "x";
         texts[i].copy(buffer, std::min<size_t>(texts[i].size(), 1021));
         QEL_idArray::MakeValidIdExtra(buffer);
