@@ -38,10 +38,11 @@ struct IdPool {
     const std::function<bool(const char*)>& takenElsewhere;
     std::unordered_set<std::string> used;
     std::unordered_map<std::string, int> lastNumber;
+    // Empty: it only judges the form of an id.
+    const QEL_idArray none;
 
     bool IsFree(const std::string& id) const
     {
-        static const QEL_idArray none;
         return none.ValidId(id.c_str()) == 1 && used.count(id) == 0 &&
                !(takenElsewhere && takenElsewhere(id.c_str()));
     }
@@ -64,7 +65,7 @@ void BifMakeIds(const std::vector<std::string>& texts,
                 const std::function<bool(const char*)>& takenElsewhere,
                 std::vector<std::string>& ids)
 {
-    IdPool pool{takenElsewhere, {}, {}};
+    IdPool pool{takenElsewhere, {}, {}, QEL_idArray()};
     ids.assign(texts.size(), std::string());
     for (size_t i = 0; i < texts.size(); ++i) {
         // A repaired id may be longer than the base it was cut to (a prefix
