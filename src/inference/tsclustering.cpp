@@ -1,6 +1,6 @@
 // The join-tree engine as the update driver sees it: relevance reasoning
 // cuts the network into the pieces the targets need, and each piece gets its
-// own join tree.
+// own join tree, unless it is small enough to walk whole (ts_enumeration.h).
 //
 // A piece of one node needs no tree: its prior is its belief. A piece whose
 // tree does not fit ends the pass; pieces done before it keep what they wrote,
@@ -14,6 +14,7 @@
 
 #include <cstring>
 
+#include "inference/ts_enumeration.h"
 #include "inference/tsclustering_internal.h"
 #include "orvil/dmatrix.h"
 #include "orvil/errors.h"
@@ -25,6 +26,7 @@
 #include "orvil/nodevalue.h"
 #include "orvil/relevantsplit.h"
 #include "orvil/rnetwork.h"
+#include "orvil/triangulator.h"
 #include "orvil/tsadapter.h"
 
 namespace {
@@ -35,6 +37,21 @@ void PriorOfSingleNode(QEL_rNode& record, bool* pending) {
     if (record.evidence >= 0) return;
     record.Set_Prior_Beliefs();
     if (pending != nullptr && record.node != nullptr) pending[record.node->GetHandle()] = false;
+}
+
+// Beliefs of a piece of several nodes: walked whole when it is small, and
+// otherwise, or when the walk finds the evidence impossible, from a join
+// tree. The tree also serves whoever keeps the cliques' joint tables or
+// listens for the figures of each triangulation.
+bool UpdatePiece(QEL_rNetwork& piece, bool* pending, int sizeLimit, int& zeroCount) {
+    TsAdapter adapter(piece, &zeroCount);
+    const unsigned budget = sizeLimit > 0 ? unsigned(sizeLimit) : TsTriangulator::defaultSizeLimit;
+    if (TsTriangulatorStatsFunc == nullptr && !adapter.WillStorePotentials()) {
+        TsEnumeration walk(adapter, pending);
+        if (walk.Suits(budget) && walk.UpdateBeliefs(pending)) return true;
+    }
+    TsJoinTree tree(adapter);
+    return tree.UpdateBeliefsEx(pending, unsigned(sizeLimit));
 }
 
 void DeletePieces(QEL_rNetworkList* pieces, int from) {
@@ -54,9 +71,7 @@ bool DoClustering(QEL_network* net, bool* pending, int sizeLimit, int& zeroCount
         if (piece->nodes.Count() == 1) {
             PriorOfSingleNode(*piece->nodes[0], pending);
         } else {
-            TsAdapter adapter(*piece, &zeroCount);
-            TsJoinTree tree(adapter);
-            ok = tree.UpdateBeliefsEx(pending, unsigned(sizeLimit));
+            ok = UpdatePiece(*piece, pending, sizeLimit, zeroCount);
         }
         delete piece;
         if (!ok) {
