@@ -13,7 +13,6 @@
 // not. Dropping such a node would quietly change every posterior, so what
 // its columns sum to is handed on to its parents instead (see
 // LeaveColumnSums).
-#include <vector>
 
 #include "orvil/dmatrix.h"
 #include "orvil/network.h"
@@ -142,17 +141,19 @@ void Mark_Poly_Nuisance_Nodes(QEL_rNode* record) {
 
 void Mark_Relevant_Nodes(QEL_rNode* record, int component) {
     // An explicit stack: a long chain would otherwise recurse once per node.
-    std::vector<QEL_rNode*> stack(1, record);
-    while (!stack.empty()) {
-        QEL_rNode* next = stack.back();
-        stack.pop_back();
+    // Most pieces are labelled without leaving its inline room.
+    fastarray<QEL_rNode*, 64, int> stack;
+    stack.Add(record);
+    while (!stack.IsEmpty()) {
+        QEL_rNode* next = stack.Last();
+        stack.SetCount(stack.Count() - 1);
         if (next->mark == component) continue;
         next->mark = component;
         for (QEL_rNode* parent : next->parents) {
-            if (parent->mark != component) stack.push_back(parent);
+            if (parent->mark != component) stack.Add(parent);
         }
         for (QEL_rNode* child : next->children) {
-            if (child->mark != component) stack.push_back(child);
+            if (child->mark != component) stack.Add(child);
         }
     }
 }
