@@ -2,17 +2,15 @@
 //
 // Options: maxWork. Structure: the unobserved nodes, the wanted ones and the
 // cost, found before anything is allocated, so that a piece sent on to the
-// join tree has cost next to nothing here. Evidence: a table is read at the
-// observed slices of its family, as the join tree reads it, and a parent
-// outside the piece stays at coordinate 0. Kernel: each table multiplied
+// join tree has cost next to nothing here. Evidence: a table is read as the
+// join tree reads it (ts_table_steps.h). Kernel: each table multiplied
 // into the joint through its offsets at every cell. Results: the marginals,
 // summed straight off the joint and scaled to beliefs.
 #include "inference/ts_enumeration.h"
 
 #include <algorithm>
-#include <cstddef>
 
-#include "orvil/dmatrix.h"
+#include "inference/ts_table_steps.h"
 #include "orvil/tsadapter.h"
 
 TsEnumeration::TsEnumeration(TsAdapter& adapter, const bool* pending) : adapter(adapter) {
@@ -48,7 +46,8 @@ bool TsEnumeration::UpdateBeliefs(bool* pending) {
     int64_t steps[TsMatrix::maxDims];
     for (int i = 0; i < adapter.GetNodeCount(); ++i) {
         if (adapter.GetMatrix(i) == nullptr) continue;
-        const double* first = TableSteps(i, steps);
+        const double* first =
+            TsTableSteps(adapter, i, [this](int member) { return placeOf[member]; }, open.count, steps);
         Offsets(steps, at.Items());
         MultiplyIn(first, at.Items(), joint.Items());
     }
@@ -100,24 +99,3 @@ void TsEnumeration::Marginal(const double* joint, int place, double* out) const 
         out[s] = sum;
     }
 }
-
-const double* TsEnumeration::TableSteps(int node, int64_t* steps) const {
-    fastarray<int, 24, int> family;
-    adapter.GetParents(node, family);
-    family.Add(node);
-    const QEL_Dmatrix& table = *adapter.GetMatrix(node);
-    const int* tableStrides = table.GetPreProduct().Items();
-    const double* first = table.GetItems().Items();
-    std::fill(steps, steps + open.count, 0);
-    for (int f = 0; f < family.Count(); ++f) {
-        const int member = family[f];
-        if (member < 0) continue;
-        if (placeOf[member] >= 0) {
-            steps[placeOf[member]] = tableStrides[f];
-        } else {
-            first += std::ptrdiff_t(adapter.GetEvidence(member)) * tableStrides[f];
-        }
-    }
-    return first;
-}
-

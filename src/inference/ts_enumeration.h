@@ -44,9 +44,6 @@ public:
     bool UpdateBeliefs(bool* pending);
 
 private:
-    // The steps of the table of `node` along the unobserved nodes; returns
-    // the table's start at the observed slices.
-    const double* TableSteps(int node, int64_t* steps) const;
     // The offset, for every cell of the joint, of the table cell it reads.
     void Offsets(const int64_t* steps, int32_t* at) const;
     // Multiplies every cell of the joint by the table cell it reads.

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <new>
 
+#include "inference/ts_table_steps.h"
 #include "orvil/dmatrix.h"
 #include "orvil/tsadapter.h"
 
@@ -174,28 +175,7 @@ void TsClique::TakePlaceOf(TsClique& top) {
 }
 
 const double* TsClique::TableStrides(TsAdapter& adapter, int node, int64_t* strides) const {
-    fastarray<int, 24, int> family;
-    adapter.GetParents(node, family);
-    family.Add(node);
-    const QEL_Dmatrix& table = *adapter.GetMatrix(node);
-    const int* tableStrides = table.GetPreProduct().Items();
-    const double* first = table.GetItems().Items();
-    for (int i = 0; i < nodes.count; ++i) strides[i] = 0;
-    for (int f = 0; f < family.Count(); ++f) {
-        const int member = family[f];
-        // A parent outside the piece stays at coordinate 0.
-        if (member < 0) continue;
-        const int at = nodes.Find(member);
-        if (at >= 0) {
-            strides[at] = tableStrides[f];
-            continue;
-        }
-        // Not among the coordinates: the member is observed, and the walk
-        // reads the table at its observed slice.
-        const int e = adapter.GetEvidence(member);
-        if (e > 0) first += std::ptrdiff_t(e) * tableStrides[f];
-    }
-    return first;
+    return TsTableSteps(adapter, node, [this](int member) { return nodes.Find(member); }, nodes.count, strides);
 }
 
 void TsClique::SubsetStrides(const TsMatrix::Coords& list, const TsMatrix::Coords& sizes,
