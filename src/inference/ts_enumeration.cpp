@@ -1,11 +1,12 @@
 // The small-piece engine (see ts_enumeration.h).
 //
 // Options: maxWork. Structure: the unobserved nodes, the wanted ones and the
-// cost, found before anything is allocated, so that a piece sent on to the
-// join tree has cost next to nothing here. Evidence: a table is read as the
-// join tree reads it (ts_table_steps.h). Kernel: each table multiplied
-// into the joint through its offsets at every cell. Results: the marginals,
-// summed straight off the joint and scaled to beliefs.
+// cost, found before anything is allocated and given up as soon as the joint
+// is too big, so that a piece sent on to the join tree costs next to nothing
+// here. Evidence: a table is read as the join tree reads it
+// (ts_table_steps.h). Kernel: each table multiplied into the joint through
+// its offsets at every cell. Results: the marginals, summed straight off the
+// joint and scaled to beliefs.
 #include "inference/ts_enumeration.h"
 
 #include <algorithm>
@@ -27,6 +28,8 @@ TsEnumeration::TsEnumeration(TsAdapter& adapter, const bool* pending) : adapter(
             return;
         }
         cells = std::min<uint64_t>(cells * uint64_t(std::max(count, 0)), maxWork + 1);
+        // Too big to walk: the join tree takes it, and needs nothing from here.
+        if (cells > maxWork) return;
         const int handle = adapter.GetNodeHandle(i);
         if (handle >= 0 && (pending != nullptr ? pending[handle] : adapter.IsTarget(i))) wanted.Add(i);
     }

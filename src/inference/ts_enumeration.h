@@ -8,8 +8,8 @@
 // has only some hundreds of cells. Such a piece is cheaper done whole: the
 // joint is built in one small buffer by multiplying in every table, each
 // through a list of the table cell that every joint cell reads, and each
-// wanted node's marginal is summed straight off it. Small pieces allocate
-// nothing, and no loop over the cells divides.
+// wanted node's marginal is summed straight off it. A piece of up to 16
+// nodes and 256 cells allocates nothing, and no loop over the cells divides.
 #ifndef ORVIL_INFERENCE_TS_ENUMERATION_H
 #define ORVIL_INFERENCE_TS_ENUMERATION_H
 
@@ -58,7 +58,7 @@ private:
     fastarray<int, 16, int> wanted;   // the nodes whose beliefs are written
     int tableCount = 0;
     uint64_t cells = 1;  // of the joint table, capped past maxWork
-    bool tooWide = false;  // more unobserved nodes than a pass has dimensions
+    bool tooWide = false;  // more unobserved nodes than a coordinate list holds
 };
 
 #endif

@@ -46,10 +46,11 @@ void PriorOfSingleNode(QEL_rNode& record, bool* pending) {
 bool UpdatePiece(QEL_rNetwork& piece, bool* pending, int sizeLimit, int& zeroCount) {
     TsAdapter adapter(piece, &zeroCount);
     const unsigned budget = sizeLimit > 0 ? unsigned(sizeLimit) : TsTriangulator::defaultSizeLimit;
-    if (TsTriangulatorStatsFunc == nullptr && !adapter.WillStorePotentials()) {
-        TsEnumeration walk(adapter, pending);
-        if (walk.Suits(budget) && walk.UpdateBeliefs(pending)) return true;
-    }
+    TsEnumeration walk(adapter, pending);
+    // The store is asked last: the join tree asks it again.
+    const bool walkable =
+        TsTriangulatorStatsFunc == nullptr && walk.Suits(budget) && !adapter.WillStorePotentials();
+    if (walkable && walk.UpdateBeliefs(pending)) return true;
     TsJoinTree tree(adapter);
     return tree.UpdateBeliefsEx(pending, unsigned(sizeLimit));
 }
