@@ -3,6 +3,7 @@
 // small enough to walk, and impossible evidence left to the join tree.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "inference/ts_enumeration.h"
@@ -34,26 +35,13 @@ TEST(EnumerationTest, WalkedPiecesMatchTheOracleAndClearWhatTheyWrite) {
         auto piece = BuildPiece(model);
         CollectingAdapter adapter(*piece);
 
-        const int mode = round % 4;
-        const size_t single = rng() % n;
-        std::vector<char> before(2 * n + 2, 0);
-        for (char& entry : before) entry = mode == 3 && rng() % 2 == 0;
-        bool pending[32];
-        std::copy(before.begin(), before.end(), pending);
-        bool* mask = mode == 3 ? pending : nullptr;
-        std::vector<bool> written(n);
-        size_t wanted = 0;
-        size_t tables = n;
-        for (size_t v = 0; v < n; ++v) {
-            adapter.targets[v] = mode == 0 || (mode == 1 && v == single) || (mode == 2 && rng() % 3 == 0);
-            const bool wants = mode == 3 ? before[2 * v + 1] != 0 : adapter.targets[v];
-            written[v] = v > 0 && wants && model.vars[v].evidence < 0;
-            wanted += written[v];
-        }
+        WantedDraw draw;
+        DrawWanted(rng, model, adapter, round % 5, draw);
+        const size_t wanted = size_t(std::count(draw.written.begin(), draw.written.end(), true));
 
-        TsEnumeration walk(adapter, mask);
+        TsEnumeration walk(adapter, draw.mask);
         const uint64_t cells = OpenCells(model);
-        const bool fits = cells * (tables + wanted) <= TsEnumeration::maxWork;
+        const bool fits = cells * (n + wanted) <= TsEnumeration::maxWork;  // every node has a table
         EXPECT_EQ(walk.Suits(cells), fits);
         EXPECT_FALSE(walk.Suits(cells - 1));
         if (!fits) {
@@ -61,14 +49,11 @@ TEST(EnumerationTest, WalkedPiecesMatchTheOracleAndClearWhatTheyWrite) {
             continue;
         }
         ++walked;
-        ASSERT_TRUE(walk.UpdateBeliefs(mask));
-        for (size_t h = 0; h < before.size(); ++h) {
-            const bool cleared = h % 2 == 1 && h >= 3 && written[(h - 1) / 2];
-            EXPECT_EQ(pending[h], !cleared && before[h] != 0) << "handle " << h;
-        }
+        ASSERT_TRUE(walk.UpdateBeliefs(draw.mask));
+        ExpectPendingCleared(draw);
         for (size_t v = 0; v < n; ++v) {
-            ASSERT_EQ(adapter.valid[v], bool(written[v])) << "node " << v;
-            if (!written[v]) continue;
+            ASSERT_EQ(adapter.valid[v], bool(draw.written[v])) << "node " << v;
+            if (!draw.written[v]) continue;
             for (size_t k = 0; k < truth.posteriors[v].size(); ++k) {
                 EXPECT_NEAR(adapter.beliefs[v][k], truth.posteriors[v][k], 1e-12) << "node " << v << " state " << k;
             }

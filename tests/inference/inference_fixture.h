@@ -251,6 +251,43 @@ public:
     std::vector<bool> targets;
 };
 
+// Who is wanted in one round of a piece test. Mode 0 targets every node, 1
+// none, 2 one, 3 about a third; mode 4 targets every node and lets a random
+// pending mask decide instead. Node 0 has no handle and observed nodes get no
+// beliefs, so neither is ever written.
+struct WantedDraw {
+    std::vector<char> before;   // the pending mask as drawn
+    bool pending[64];           // the mask the engine is given and clears
+    bool* mask = nullptr;       // `pending` in mode 4, otherwise null
+    std::vector<bool> written;  // the nodes whose beliefs must be written
+};
+
+inline void DrawWanted(std::mt19937& rng, const BruteModel& model, CollectingAdapter& adapter, int mode,
+                       WantedDraw& draw) {
+    const size_t n = model.vars.size();
+    const size_t single = rng() % n;
+    draw.before.assign(2 * n + 2, 0);
+    for (char& entry : draw.before) entry = mode == 4 && rng() % 2 == 0;
+    std::copy(draw.before.begin(), draw.before.end(), draw.pending);
+    draw.mask = mode == 4 ? draw.pending : nullptr;
+    draw.written.assign(n, false);
+    for (size_t v = 0; v < n; ++v) {
+        adapter.targets[v] = mode == 0 || mode == 4 || (mode == 2 && v == single) || (mode == 3 && rng() % 3 == 0);
+        const bool wanted = mode == 4 ? draw.before[2 * v + 1] != 0 : adapter.targets[v];
+        draw.written[v] = v > 0 && wanted && model.vars[v].evidence < 0;
+    }
+}
+
+// Exactly the pending entries of the written nodes were cleared. The mask
+// runs one handle past the last node's, which no node owns.
+inline void ExpectPendingCleared(const WantedDraw& draw) {
+    for (size_t h = 0; h < draw.before.size(); ++h) {
+        const size_t node = (h - 1) / 2;
+        const bool cleared = h % 2 == 1 && h >= 3 && node < draw.written.size() && draw.written[node];
+        EXPECT_EQ(draw.pending[h], !cleared && draw.before[h] != 0) << "handle " << h;
+    }
+}
+
 }  // namespace inference_test
 
 #endif

@@ -134,32 +134,19 @@ TEST(JoinTreeTest, TargetedUpdatesMatchEnumerationAndBuildOnlyWhatIsRead) {
         auto piece = BuildPiece(model);
         int zeros = 0;
         CollectingAdapter adapter(*piece, &zeros);
-        const int mode = round % 5;
-        const size_t single = rng() % n;
-        std::vector<char> before(2 * n + 2, 0);
-        for (char& entry : before) entry = mode == 4 && rng() % 2 == 0;
-        bool pending[64];
-        std::copy(before.begin(), before.end(), pending);
-        bool* mask = mode == 4 ? pending : nullptr;
-        std::vector<bool> written(n);
-        for (size_t v = 0; v < n; ++v) {
-            adapter.targets[v] = mode == 0 || mode == 4 || (mode == 2 && v == single) || (mode == 3 && rng() % 3 == 0);
-            const bool wanted = mode == 4 ? before[2 * v + 1] != 0 : adapter.targets[v];
-            written[v] = v > 0 && wanted && model.vars[v].evidence < 0;
-        }
+        WantedDraw draw;
+        DrawWanted(rng, model, adapter, round % 5, draw);
+        const std::vector<bool>& written = draw.written;
         TsJoinTree tree(adapter);
         ASSERT_TRUE(tree.Triangulate(0));
         tree.FindHosts();
-        tree.InitPotentials(mask);
+        tree.InitPotentials(draw.mask);
         const Builds minimal = CheckPlannedTree(tree, written);
         tree.Collect();
         tree.Distribute();
-        tree.CalcBeliefs(mask);
+        tree.CalcBeliefs(draw.mask);
         tree.CleanUp();
-        for (size_t h = 0; h < before.size(); ++h) {
-            const bool cleared = h % 2 == 1 && h >= 3 && written[(h - 1) / 2];
-            EXPECT_EQ(pending[h], !cleared && before[h] != 0) << "handle " << h;
-        }
+        ExpectPendingCleared(draw);
         EXPECT_EQ(tree.GetWork().collectBuilds, minimal.collect);
         EXPECT_EQ(tree.GetWork().distributeBuilds, minimal.distribute);
         EXPECT_EQ(zeros, 0);
