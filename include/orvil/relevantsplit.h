@@ -39,7 +39,10 @@ using QEL_rNetworkList = fastarray<QEL_rNetwork*, 4, int>;
 QEL_rNetworkList* QEL_relevantSplit(QEL_network* net, unsigned flags);
 
 // Marks `record` barren (mark 20) when it has no evidence, no children and is
-// not a target, unlinks it from its parents and tries them in turn.
+// not a target, unlinks it from its parents and tries them in turn. Its table
+// is not read, unless its network's `barrenTolerance` is below 1 and its
+// column sums miss one by more than that: the sums then go into a parent's
+// table, or the record stays as a table of them over its unobserved parents.
 void Mark_Barren(QEL_rNode* record);
 
 // Spreads the evidence of `record` through deterministic tables: a child whose

@@ -196,9 +196,10 @@ public:
     // to one. Posteriors ignore it; the probability of evidence needs it.
     double scale = 1.0;
     // How far from one the column sums of a barren node may be for it to be
-    // dropped outright; within the rounding of the sums when 0, and whatever
-    // they are from 1 on.
-    double barrenTolerance = 0.0;
+    // dropped outright: within the rounding of the sums when 0, and whatever
+    // they are (unread) from 1 on, the default.
+    static constexpr double dropAnyBarren = 1.0;
+    double barrenTolerance = dropAnyBarren;
 };
 
 #endif

@@ -25,23 +25,24 @@
 
 namespace {
 
-// Makes every node a target when the network has none. Returns true when it
-// did, so that the caller can take them back.
 // The network's "QEL_REL_BARREN_TOLERANCE": how far from one the column
-// sums of a barren node may be for it to be dropped outright; 1 or more
-// drops every barren node without reading its table. Models whose tables
-// were rounded by hand are much faster to prune with a tolerance a little
-// above their rounding, at the price of posteriors off by about that much.
-// Missing, unreadable or not above 0: 0, which keeps every digit.
+// sums of a barren node may be for it to be dropped unread. By default every
+// barren node goes unread, whatever its sums. A caller whose model has hand-
+// rounded columns and who wants the digits those columns carry (the answer a
+// full update gives) sets it to 0: a barren node whose sums are off by more
+// than the tolerance then hands them to its parents, at the price of summing
+// its ancestors. An unreadable or negative value keeps the default.
 double BarrenTolerance(QEL_network& net) {
     const int index = net.UserProperties().FindProperty("QEL_REL_BARREN_TOLERANCE");
-    if (index < 0) return 0.0;
+    if (index < 0) return QEL_rNetwork::dropAnyBarren;
     char* end = nullptr;
     const char* text = net.UserProperties().GetPropertyValue(index);
     const double value = std::strtod(text, &end);
-    return end != text && value > 0.0 ? value : 0.0;
+    return end != text && value >= 0.0 ? value : QEL_rNetwork::dropAnyBarren;
 }
 
+// Makes every node a target when the network has none. Returns true when it
+// did, so that the caller can take them back.
 bool TargetAllIfNone(QEL_network& net) {
     if (net.GetNumberOfTargets() > 0) return false;
     for (int h = net.GetFirstNode(); h >= 0; h = net.GetNextNode(h)) net.SetTarget(h, true);

@@ -192,28 +192,35 @@ TEST(RelevanceSplitTest, ReductionsOnASmallNetwork) {
     EXPECT_EQ(Split(Targets(net, {r}), 0).ids, (Pieces{{"R"}}));
 }
 
-// P -> Q, with a column of Q summing to 0.99 as hand-rounded tables do.
-// Dropped as barren, Q would take that weight with it: it goes into P's
-// table instead, and P's belief keeps it, unless the network's
-// "QEL_REL_BARREN_TOLERANCE" accepts such sums as one, or any sums.
-TEST(RelevanceSplitTest, BarrenColumnSumsStayUnlessTolerated) {
+// P -> Q, with a column of Q summing to 0.99 as hand-rounded tables do. By
+// default Q is dropped unread as barren, and that weight with it. A network
+// that sets "QEL_REL_BARREN_TOLERANCE" below the miss asks for its digits:
+// the sums go into P's table instead, and P's belief keeps them, as a full
+// update's does. Values that cannot be read keep the default.
+TEST(RelevanceSplitTest, BarrenColumnSumsCountOnlyWhenAsked) {
     QEL_network net;
     const int p = AddCpt(net, "P", 2);
     const int q = AddCpt(net, "Q", 2);
     ASSERT_EQ(net.AddArc(p, q), 0);
     FillTable(net, p, {0.25, 0.75});
     FillTable(net, q, {0.5, 0.49, 0.3, 0.7});
-    const Split weighted(Targets(net, {p}), 0);
-    ASSERT_EQ(weighted.ids, (Pieces{{"P"}}));
-    EXPECT_EQ((*weighted.Record(0, 0).table)[0], 0.25 * 0.99);
-    EXPECT_EQ((*weighted.Record(0, 0).table)[1], 0.75);
+    const double weighted = 0.2475 / 0.9975;
     ASSERT_EQ(net.UpdateBeliefs(), 0);
-    EXPECT_NEAR(Beliefs(net, p)[0], 0.2475 / 0.9975, 1e-15);
-    for (const char* tolerance : {"0.02", "1"}) {
+    EXPECT_NEAR(Beliefs(net, q)[0], (0.25 * 0.5 + 0.75 * 0.3) / 0.9975, 1e-15);
+    EXPECT_NEAR(Beliefs(net, p)[0], weighted, 1e-15);
+    net.SetTarget(p, true);
+    const std::pair<const char*, bool> runs[] = {{nullptr, false}, {"0.02", false}, {"1", false}, {"-1", false},
+                                                 {"x", false},     {"0", true},     {"0.005", true}};
+    for (const auto& [tolerance, keep] : runs) {
         SetProperty(net, "QEL_REL_BARREN_TOLERANCE", tolerance);
+        const Split split(net, 0);
+        ASSERT_EQ(split.ids, (Pieces{{"P"}})) << (tolerance ? tolerance : "default");
+        EXPECT_EQ((*split.Record(0, 0).table)[0], keep ? 0.25 * 0.99 : 0.25);
+        EXPECT_EQ((*split.Record(0, 0).table)[1], 0.75);
         net.InvalidateAllBeliefs();
         ASSERT_EQ(net.UpdateBeliefs(), 0);
-        EXPECT_EQ(Beliefs(net, p)[0], 0.25) << tolerance;
+        if (keep) EXPECT_NEAR(Beliefs(net, p)[0], weighted, 1e-15);
+        else EXPECT_EQ(Beliefs(net, p)[0], 0.25);
     }
 }
 
