@@ -107,9 +107,9 @@ void Mark_Barren(QEL_rNode* record) {
     if (record->evidence >= 0 || record->mark == QEL_rNode::markBarren || !record->children.IsEmpty()) return;
     if (IsTargetRecord(record)) return;
     const double tolerance = record->network->barrenTolerance;
-    // Summing a large table is the main cost of pruning; a caller who
-    // accepts any sums is spared it.
-    QEL_Dmatrix* sums = tolerance < 1.0 ? record->Column_Sums(tolerance) : nullptr;
+    // Summing a large table is the main cost of pruning: it is done only
+    // for a caller who asked for the digits of columns that miss one.
+    QEL_Dmatrix* sums = tolerance < QEL_rNetwork::dropAnyBarren ? record->Column_Sums(tolerance) : nullptr;
     if (sums != nullptr && !LeaveColumnSums(record, sums)) return;
     record->mark = QEL_rNode::markBarren;
     for (QEL_rNode* parent : record->parents) Unlink(parent->children, record);
