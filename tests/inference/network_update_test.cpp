@@ -60,12 +60,11 @@ struct DriverRun {
 // columns do not sum to one, and the network asks that what pruning drops
 // still counts. Every driver, with budgets from the default down to a few
 // cells (which forces groups to be halved down to single targets), gives the
-// oracle's posteriors
-// for every target (and one pass, the clique joints that hold it), leaves
-// the other unobserved nodes stale and the evidence, targets and network's
-// shape as they were, and so does the chain rule. The probability of the hard
-// evidence agrees with the oracle, through the update driver, the chain rule
-// and called directly.
+// oracle's posteriors for every target (and one pass, the clique joints that
+// hold it), leaves the other unobserved nodes stale and the evidence, targets
+// and network's shape as they were, and so does the chain rule. The
+// probability of the hard evidence agrees with the oracle, through the update
+// driver, the chain rule and called directly.
 TEST(NetworkUpdateTest, EveryDriverMatchesTheOracle) {
     // An empty network: P(e) is 1 by the chain rule, and 0 from the join
     // tree, which finds no piece of the network to work on.

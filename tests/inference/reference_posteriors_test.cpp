@@ -50,7 +50,7 @@ std::vector<ReferenceCase> ReadCases(const std::string& path) {
 
 // The digits a run must agree on with the references. A full update reads
 // every table. A targeted one drops barren nodes unread by default, and those
-// whose columns miss one by rounding (alarm's and insurance's do) move the
+// whose columns miss one by rounding (alarm's do) move the
 // answer in the ninth digit; asked to keep every digit, it agrees as closely
 // as a full update.
 struct QueryRun {
