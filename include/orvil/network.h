@@ -554,6 +554,8 @@ public:
     void EnableJptStore(bool on);
     // Empties the store, keeping it enabled.
     void RemoveJpts();
+    // True between EnableJptStore(true) and EnableJptStore(false).
+    bool IsJptStoreEnabled() const { return jptStore != nullptr; }
     // Appends a table with one dimension per node of `nodes` (its outcome
     // count) and returns it, owned by the store; null when the store is off
     // or a handle is bad.

@@ -26,6 +26,8 @@ class QEL_rNode;
 const unsigned QEL_SPLIT_REMOVE_NUISANCE = 1;    // sum non-target roots into their only child
 const unsigned QEL_SPLIT_USE_PROPAGATED = 2;     // propagated evidence counts, and is spread further
 const unsigned QEL_SPLIT_DECOMPOSE = 4;          // noisy-MAX tables may be decomposed
+const unsigned QEL_SPLIT_DROP_IGNORED = 8;       // arcs from parents a table ignores are dropped
+const unsigned QEL_SPLIT_KEEP_WEIGHT = 16;       // pieces no target reaches stay if they weigh other than 1
 
 using QEL_rNetworkList = fastarray<QEL_rNetwork*, 4, int>;
 
@@ -44,6 +46,13 @@ QEL_rNetworkList* QEL_relevantSplit(QEL_network* net, unsigned flags);
 // column sums miss one by more than that: the sums then go into a parent's
 // table, or the record stays as a table of them over its unobserved parents.
 void Mark_Barren(QEL_rNode* record);
+
+// Drops the arcs into `record` from parents along which its table is the same
+// everywhere, compared exactly: the table loses those dimensions (a copy,
+// owned) and the parents lose it as a child. The joint distribution is
+// unchanged. Does nothing without a table, or when the table's dimensions do
+// not match the parents.
+void Drop_Ignored_Parents(QEL_rNode* record);
 
 // Spreads the evidence of `record` through deterministic tables: a child whose
 // table puts certainty on one outcome given the evidence is observed at that

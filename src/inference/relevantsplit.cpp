@@ -2,8 +2,10 @@
 // then the cut into pieces.
 //
 // The order of the reductions matters. Barren nodes go first, so that
-// evidence is not spread into parts that are about to be dropped; spreading
-// evidence can cut more nodes loose, so barren nodes are looked for again.
+// evidence is not spread into parts that are about to be dropped, and no
+// table is searched for arcs it ignores only to be dropped. Dropping such
+// arcs and spreading evidence can both cut more nodes loose, so barren nodes
+// are looked for again.
 // Only then are observed nodes cut from their children, and a labelling from
 // the targets finds the pieces and everything no target reaches. Tables are
 // sliced and nuisance roots summed out last, on what is left, because those
@@ -51,6 +53,13 @@ bool TargetAllIfNone(QEL_network& net) {
 
 void RemoveBarren(QEL_rNetwork& master) {
     for (QEL_rNode* record : master.nodes) Mark_Barren(record);
+}
+
+// Barren nodes have gone already, so no table is read only to be dropped.
+void DropIgnoredArcs(QEL_rNetwork& master) {
+    for (QEL_rNode* record : master.nodes) {
+        if (record->mark != QEL_rNode::markBarren) Drop_Ignored_Parents(record);
+    }
 }
 
 void SpreadEvidence(QEL_rNetwork& master) {
@@ -119,11 +128,19 @@ bool IsTarget(QEL_network& net, const QEL_rNode* record) {
 }
 
 // Labels the components that hold a target, from 1; returns their count.
-int LabelComponents(QEL_network& net, QEL_rNetwork& master) {
+// With `keepWeight`, a component that holds the column sums of a barren node
+// (a record without a node) is labelled too, even with no target in it: its
+// total is a factor of the probability of evidence, though no posterior
+// needs it.
+int LabelComponents(QEL_network& net, QEL_rNetwork& master, bool keepWeight) {
     master.Clean_Marks();
     int components = 0;
     for (QEL_rNode* record : master.nodes) {
         if (record->mark == QEL_rNode::markNone && IsTarget(net, record)) Mark_Relevant_Nodes(record, ++components);
+    }
+    if (!keepWeight) return components;
+    for (QEL_rNode* record : master.nodes) {
+        if (record->mark == QEL_rNode::markNone && record->node == nullptr) Mark_Relevant_Nodes(record, ++components);
     }
     return components;
 }
@@ -146,13 +163,19 @@ QEL_rNetworkList* MakePieces(QEL_rNetwork& master, int components) {
 
 // A piece that is a single observed node needs no engine: its belief is its
 // evidence. The constant factor it may carry moves to a piece that stays;
-// when none stays, the last such piece is kept for it.
+// when none stays, the last such piece is kept for it. A single record
+// without a node is what is left of column sums once their nodes were summed
+// away: its one cell is a constant factor too.
 void SettleObservedSingles(QEL_rNetworkList& pieces) {
     int kept = 0;
     double scale = 1.0;
     for (int i = 0; i < pieces.Count(); ++i) {
         QEL_rNetwork* piece = pieces[i];
         QEL_rNode* only = piece->nodes.Count() == 1 ? piece->nodes[0] : nullptr;
+        if (only != nullptr && only->node == nullptr && only->table != nullptr && only->table->GetSize() == 1) {
+            piece->scale *= (*only->table)[0];
+            (*only->table)[0] = 1.0;
+        }
         const bool lastCarrier = i + 1 == pieces.Count() && kept == 0 && scale * piece->scale != 1.0;
         if (only != nullptr && only->evidence >= 0 && !lastCarrier) {
             only->Set_Evidence(only->evidence);
@@ -175,6 +198,7 @@ QEL_rNetworkList* QEL_relevantSplit(QEL_network* net, unsigned flags) {
     QEL_rNetwork master(*net, usePropagated, (flags & QEL_SPLIT_DECOMPOSE) != 0);
     master.barrenTolerance = BarrenTolerance(*net);
     RemoveBarren(master);
+    if ((flags & QEL_SPLIT_DROP_IGNORED) != 0) DropIgnoredArcs(master);
     if (usePropagated) SpreadEvidence(master);
     RemoveBarren(master);
     master.Delete_Marked_Nodes(QEL_rNode::markBarren);
@@ -182,12 +206,13 @@ QEL_rNetworkList* QEL_relevantSplit(QEL_network* net, unsigned flags) {
     CutAtEvidence(master, pending);
     // Summing a root into its only child never disconnects anything, so what
     // no target reaches can be dropped first, and the sums done on the rest.
-    int components = LabelComponents(*net, master);
+    const bool keepWeight = (flags & QEL_SPLIT_KEEP_WEIGHT) != 0;
+    int components = LabelComponents(*net, master, keepWeight);
     ApplySlices(pending);
     master.Delete_Marked_Nodes(QEL_rNode::markNone);
     if ((flags & QEL_SPLIT_REMOVE_NUISANCE) != 0) {
         RemoveNuisance(master);
-        components = LabelComponents(*net, master);
+        components = LabelComponents(*net, master, keepWeight);
     }
     if (allTargets) net->ClearAllTargets();
     QEL_rNetworkList* pieces = MakePieces(master, components);

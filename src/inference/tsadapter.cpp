@@ -114,12 +114,8 @@ QEL_network* TsAdapter::Network() const {
 }
 
 bool TsAdapter::WillStorePotentials() const {
-    QEL_network* net = Network();
-    if (net == nullptr) return false;
-    // The store answers -3 only when it is off. Right after the update
-    // started it holds nothing of this piece, so the probe copies nothing.
-    std::vector<std::pair<std::vector<int>, const QEL_Dmatrix*>> probe;
-    return net->GetJpts(net->GetFirstNode(), probe) != -3;
+    const QEL_network* net = Network();
+    return net != nullptr && net->IsJptStoreEnabled();
 }
 
 QEL_Dmatrix* TsAdapter::GetPotentialMatrix(const fastarray<int, 24, int>& nodes,

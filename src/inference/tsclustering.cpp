@@ -60,11 +60,18 @@ void DeletePieces(QEL_rNetworkList* pieces, int from) {
     delete pieces;
 }
 
+// Arcs a table ignores are dropped, except for a caller who keeps the
+// cliques' joint tables: that caller reads families off them, so every
+// family the model draws has to stay whole in some clique.
+unsigned SplitFlags(const QEL_network& net) {
+    const unsigned flags = QEL_SPLIT_REMOVE_NUISANCE | QEL_SPLIT_USE_PROPAGATED | QEL_SPLIT_DECOMPOSE;
+    return net.IsJptStoreEnabled() ? flags : flags | QEL_SPLIT_DROP_IGNORED;
+}
+
 }  // namespace
 
 bool DoClustering(QEL_network* net, bool* pending, int sizeLimit, int& zeroCount) {
-    QEL_rNetworkList* pieces =
-        QEL_relevantSplit(net, QEL_SPLIT_REMOVE_NUISANCE | QEL_SPLIT_USE_PROPAGATED | QEL_SPLIT_DECOMPOSE);
+    QEL_rNetworkList* pieces = QEL_relevantSplit(net, SplitFlags(*net));
     if (pieces == nullptr) return true;
     for (int i = 0; i < pieces->Count(); ++i) {
         QEL_rNetwork* piece = (*pieces)[i];
@@ -156,7 +163,7 @@ void TargetObservedFamilies(QEL_network& net, QEL_intArray& added) {
 double TsClusteringProbE(QEL_network* net) {
     QEL_intArray added;
     TargetObservedFamilies(*net, added);
-    QEL_rNetworkList* pieces = QEL_relevantSplit(net, QEL_SPLIT_REMOVE_NUISANCE);
+    QEL_rNetworkList* pieces = QEL_relevantSplit(net, QEL_SPLIT_REMOVE_NUISANCE | QEL_SPLIT_KEEP_WEIGHT);
     for (int i = 0; i < added.NumItems(); ++i) net->SetTarget(added[i], false);
     if (pieces == nullptr) return 0.0;
     fastarray<bool, 8, int> unplaced(net->GetLastNode() + 1);

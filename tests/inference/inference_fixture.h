@@ -112,6 +112,24 @@ inline void UnnormaliseSomeColumns(QEL_network& net, const std::vector<int>& han
     }
 }
 
+// Makes about a third of the conditional tables ignore one of their parents,
+// chosen at random: every slice along that parent becomes a copy of the
+// first, so the arc carries nothing, as arcs left in elicited models do.
+inline void IgnoreSomeParents(QEL_network& net, const std::vector<int>& handles, std::mt19937& rng) {
+    for (int h : handles) {
+        QEL_Dmatrix& table = *net.GetNode(h)->Definition()->GetMatrix();
+        const int parents = table.GetNumberOfDimensions() - 1;
+        if (net.GetNode(h)->GetType() != qel_cptType || parents < 1 || rng() % 3 != 0) continue;
+        const int dim = int(rng() % unsigned(parents));
+        const int stride = table.GetPreProduct()[dim];
+        const int block = stride * table.GetSizeOfDimension(dim);
+        for (int i = 0; i < table.GetSize(); ++i) {
+            const int within = i % block;
+            if (within >= stride) table[i] = table[i - within + within % stride];
+        }
+    }
+}
+
 // Gives about `share` of the unobserved nodes a random likelihood vector.
 inline void AddSomeLikelihoods(QEL_network& net, const std::vector<int>& handles, std::mt19937& rng,
                                double share) {

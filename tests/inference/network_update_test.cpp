@@ -95,6 +95,7 @@ TEST(NetworkUpdateTest, EveryDriverMatchesTheOracle) {
             UnnormaliseSomeColumns(net, handles, rng);
             SetProperty(net, "QEL_REL_BARREN_TOLERANCE", "0");
         }
+        if (round % 4 >= 2) IgnoreSomeParents(net, handles, rng);
         ObserveSomePossible(net, handles, rng, 0.3);
         const std::string where = "round " + std::to_string(round);
 
@@ -124,7 +125,10 @@ TEST(NetworkUpdateTest, EveryDriverMatchesTheOracle) {
             SetProperty(net, "QEL_REL_DECOMP_THRESHOLD2", run.recursiveLimit);
             SetProperty(net, "QEL_REL_DECOMP_THRESHOLD3", run.linearLimit);
             net.SetDefaultBNAlgorithm(run.algorithm);
-            net.EnableJptStore(run.algorithm == 0);
+            // The store keeps every family whole: without it, algorithm 0
+            // drops the arcs that carry nothing too.
+            const bool store = run.algorithm == 0 && round % 3 != 1;
+            net.EnableJptStore(store);
             net.InvalidateAllBeliefs();
             const std::string what = where + " run " + std::to_string(&run - runs);
             ASSERT_EQ(net.UpdateBeliefs(), 0) << what;
@@ -133,7 +137,7 @@ TEST(NetworkUpdateTest, EveryDriverMatchesTheOracle) {
             for (int h : handles) {
                 const bool target = std::find(targets.begin(), targets.end(), h) != targets.end();
                 if (target) ExpectOracleBeliefs(net, oracle, h, 1e-12, what);
-                if (target && run.algorithm == 0) ExpectStoredJoints(net, h, what);
+                if (target && store) ExpectStoredJoints(net, h, what);
                 if (!target && !net.GetNode(h)->Value()->HasEvidence()) {
                     EXPECT_FALSE(net.GetNode(h)->Value()->IsValueValid()) << what << " node " << h;
                 }

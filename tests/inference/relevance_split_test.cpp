@@ -88,15 +88,15 @@ orvil_test::BruteModel CheckedModel(const QEL_rNetwork& piece) {
     return model;
 }
 
-// Random networks with deterministic nodes, evidence and targets, under every
-// combination of the reductions: each piece, enumerated alone, gives its
+// Random networks with deterministic nodes, arcs that carry nothing,
+// evidence and targets, under every combination of the reductions: each piece, enumerated alone, gives its
 // targets the posteriors of the whole network; every target is in exactly
 // one piece or was settled by its evidence; the network's targets and tables
 // are as they were; both orderings of a piece put parents first.
 TEST(RelevanceSplitTest, PiecesGiveTheWholeNetworksPosteriors) {
     std::mt19937 rng(2024);
-    const unsigned flagSets[] = {0, 1, 2, 3, 7};
-    for (int round = 0; round < 150; ++round) {
+    const unsigned flagSets[] = {0, 1, 2, 3, 7, 15};
+    for (int round = 0; round < 180; ++round) {
         QEL_network net;
         orvil_test::RandomNetworkOptions options;
         options.nodes = 2 + round % 11;
@@ -106,6 +106,7 @@ TEST(RelevanceSplitTest, PiecesGiveTheWholeNetworksPosteriors) {
         ASSERT_FALSE(handles.empty());
         // Without functional determination the split settles what evidence decides.
         if (round % 2 == 0) net.SetNetworkFlags(QEL_network::QEL_RELEVANCE_ACTIVE);
+        if (round % 4 < 2) IgnoreSomeParents(net, handles, rng);
         ObserveSomePossible(net, handles, rng, 0.35);
         const std::vector<int> targets = round % 3 != 0 ? TargetSome(net, handles, rng) : handles;
         const int targetCount = net.GetNumberOfTargets();
@@ -113,7 +114,7 @@ TEST(RelevanceSplitTest, PiecesGiveTheWholeNetworksPosteriors) {
         const orvil_test::BruteNetworkResult oracle = orvil_test::BruteForceNetwork(net);
         ASSERT_TRUE(oracle.ok);
         const std::vector<std::vector<double>> before = SnapshotTables(net);
-        const unsigned flags = flagSets[round % 5];
+        const unsigned flags = flagSets[round % 6];
 
         const Split pieces(net, flags);
         const std::string where = "round " + std::to_string(round) + " flags " + std::to_string(flags);
@@ -192,6 +193,55 @@ TEST(RelevanceSplitTest, ReductionsOnASmallNetwork) {
     EXPECT_EQ(Split(Targets(net, {r}), 0).ids, (Pieces{{"R"}}));
 }
 
+// A -> B <- C <- D, where B's table is the same whatever C does. With bit 8
+// the arc C -> B goes: B keeps an owned copy of its table without C's
+// dimension, and C and D, no longer above any target, go as barren. A
+// target C stands apart from B. Without the bit, or when a full update keeps
+// the cliques' joint tables, the family of B stays whole.
+TEST(RelevanceSplitTest, ArcsATableIgnoresAreDropped) {
+    QEL_network net;
+    const int a = AddCpt(net, "A", 2);
+    const int b = AddCpt(net, "B", 2);
+    const int c = AddCpt(net, "C", 3);
+    const int d = AddCpt(net, "D", 2);
+    ASSERT_EQ(net.AddArc(a, b), 0);
+    ASSERT_EQ(net.AddArc(c, b), 0);
+    ASSERT_EQ(net.AddArc(d, c), 0);
+    FillTable(net, a, {0.25, 0.75});
+    FillTable(net, b, {0.1, 0.9, 0.1, 0.9, 0.1, 0.9, 0.6, 0.4, 0.6, 0.4, 0.6, 0.4});
+    FillTable(net, c, {0.2, 0.3, 0.5, 0.7, 0.2, 0.1});
+    FillTable(net, d, {0.5, 0.5});
+    const std::vector<std::vector<double>> before = SnapshotTables(net);
+
+    const Split dropped(Targets(net, {b}), 8);
+    ASSERT_EQ(dropped.ids, (Pieces{{"A", "B"}}));
+    const QEL_rNode& record = dropped.Record(0, 1);
+    EXPECT_EQ(record.tableKind, +QEL_rNode::ownTable);
+    ASSERT_EQ(record.table->GetNumberOfDimensions(), 2);
+    EXPECT_EQ(record.table->GetItems()[2], 0.6);
+    EXPECT_EQ(Split(Targets(net, {b, c}), 8).ids, (Pieces{{"A", "B"}, {"C", "D"}}));
+    EXPECT_EQ(Split(Targets(net, {b}), 0).ids, (Pieces{{"A", "B", "C", "D"}}));
+    EXPECT_EQ(SnapshotTables(net), before);
+
+    // B's ignored parent changes nothing, even observed.
+    net.ClearAllTargets();
+    ASSERT_EQ(net.GetNode(c)->Value()->SetEvidence(2), 0);
+    ASSERT_EQ(net.UpdateBeliefs(), 0);
+    EXPECT_NEAR(Beliefs(net, b)[0], 0.25 * 0.1 + 0.75 * 0.6, 1e-15);
+    EXPECT_NEAR(Beliefs(net, d)[0], 0.5 * 0.5 / (0.5 * 0.5 + 0.5 * 0.1), 1e-15);
+    net.EnableJptStore(true);
+    net.InvalidateAllBeliefs();
+    ASSERT_EQ(net.GetNode(c)->Value()->ClearEvidence(), 0);
+    ASSERT_EQ(net.UpdateBeliefs(), 0);
+    std::vector<std::pair<std::vector<int>, const QEL_Dmatrix*>> tables;
+    ASSERT_EQ(net.GetJpts(c, tables), 0);
+    bool familyWhole = false;
+    for (const auto& entry : tables) {
+        familyWhole = familyWhole || std::count(entry.first.begin(), entry.first.end(), b) == 1;
+    }
+    EXPECT_TRUE(familyWhole);
+}
+
 // P -> Q, with a column of Q summing to 0.99 as hand-rounded tables do. By
 // default Q is dropped unread as barren, and that weight with it. A network
 // that sets "QEL_REL_BARREN_TOLERANCE" below the miss asks for its digits:
@@ -222,6 +272,39 @@ TEST(RelevanceSplitTest, BarrenColumnSumsCountOnlyWhenAsked) {
         if (keep) EXPECT_NEAR(Beliefs(net, p)[0], weighted, 1e-15);
         else EXPECT_EQ(Beliefs(net, p)[0], 0.25);
     }
+}
+
+// A -> X <- B beside R -> E, E observed, with X's columns summing to four
+// different values. Asked for every digit, the probability of E keeps X's
+// weight, though only R is targeted for it and no parent of X holds the
+// other: the weight stays with a piece of its own until the roots are summed
+// into it, and its last cell joins the constant factor. By default X goes
+// unread, and its weight with it.
+TEST(RelevanceSplitTest, ProbabilityOfEvidenceKeepsWeightNoTargetReaches) {
+    QEL_network net;
+    const int a = AddCpt(net, "A", 2);
+    const int b = AddCpt(net, "B", 2);
+    const int x = AddCpt(net, "X", 2);
+    const int r = AddCpt(net, "R", 2);
+    const int e = AddCpt(net, "E", 2);
+    ASSERT_EQ(net.AddArc(a, x), 0);
+    ASSERT_EQ(net.AddArc(b, x), 0);
+    ASSERT_EQ(net.AddArc(r, e), 0);
+    FillTable(net, a, {0.25, 0.75});
+    FillTable(net, b, {0.4, 0.6});
+    FillTable(net, x, {0.5, 0.4, 0.3, 0.6, 0.2, 0.6, 0.7, 0.1});
+    FillTable(net, r, {0.1, 0.9});
+    FillTable(net, e, {0.3, 0.7, 0.6, 0.4});
+    ASSERT_EQ(net.GetNode(e)->Value()->SetEvidence(1), 0);
+    const double weight = 0.25 * (0.4 * 0.9 + 0.6 * 0.9) + 0.75 * (0.4 * 0.8 + 0.6 * 0.8);
+    const double likelihood = 0.1 * 0.7 + 0.9 * 0.4;
+    SetProperty(net, "QEL_REL_BARREN_TOLERANCE", "0");
+    double pe = 0.0;
+    ASSERT_EQ(net.CalcProbEvidence(pe, false), 0);
+    EXPECT_NEAR(pe, likelihood * weight, 1e-15);
+    SetProperty(net, "QEL_REL_BARREN_TOLERANCE", nullptr);
+    ASSERT_EQ(net.CalcProbEvidence(pe, false), 0);
+    EXPECT_NEAR(pe, likelihood, 1e-15);
 }
 
 }  // namespace
