@@ -28,6 +28,7 @@ const unsigned QEL_SPLIT_USE_PROPAGATED = 2;     // propagated evidence counts, 
 const unsigned QEL_SPLIT_DECOMPOSE = 4;          // noisy-MAX tables may be decomposed
 const unsigned QEL_SPLIT_DROP_IGNORED = 8;       // arcs from parents a table ignores are dropped
 const unsigned QEL_SPLIT_KEEP_WEIGHT = 16;       // pieces no target reaches stay if they weigh other than 1
+const unsigned QEL_SPLIT_SHRINK_STATES = 32;     // outcomes that cannot happen leave the tables
 
 using QEL_rNetworkList = fastarray<QEL_rNetwork*, 4, int>;
 
@@ -53,6 +54,15 @@ void Mark_Barren(QEL_rNode* record);
 // unchanged. Does nothing without a table, or when the table's dimensions do
 // not match the parents.
 void Drop_Ignored_Parents(QEL_rNode* record);
+
+// Takes out of every table of `master` the outcomes of unobserved nodes that
+// no configuration of positive probability uses: states whose cells are all
+// 0 in some table over them, once the rest of the family is held to its own
+// possible states, to a fixed point. A record that loses outcomes lists
+// those it keeps in `keptStates`, and its beliefs are spread back over all
+// outcomes when written. Nothing changes when the evidence is impossible or a
+// table does not fit its family.
+void Shrink_States(QEL_rNetwork& master);
 
 // Spreads the evidence of `record` through deterministic tables: a child whose
 // table puts certainty on one outcome given the evidence is observed at that

@@ -129,6 +129,10 @@ public:
     // Copies the table's first cells into the value, normalised, and marks
     // it valid. Only right for a record without parents.
     void Set_Prior_Beliefs();
+    // Writes `beliefs`, one per outcome the record has left, into the node's
+    // value at those outcomes (`keptStates`), with 0 at the outcomes taken
+    // away, and marks it valid. Does nothing for a record without a node.
+    void Spread_Beliefs(const double* beliefs);
     // Stores evidence `e`; with a node, writes its value one-hot at `e` and
     // marks it valid. -2 when `e` is out of range, else 0.
     int Set_Evidence(int e);
@@ -147,6 +151,10 @@ public:
     QEL_rNodePool* pool;
     fastarray<QEL_rNode*, 8, int> parents;
     fastarray<QEL_rNode*, 16, int> children;
+    // The node's outcomes that the table still has, in order, once outcomes
+    // that cannot happen were taken out of every table (Shrink_States);
+    // empty while it has them all.
+    fastarray<int, 8, int> keptStates;
 
 private:
     friend class QEL_rNodePool;

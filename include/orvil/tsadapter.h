@@ -42,7 +42,9 @@ public:
     int GetEvidence(int i) const { return evidence[i]; }
 
     // Makes the value of `i` one-dimensional of its state count and returns
-    // its cells; null when the node has no value.
+    // its cells; null when the node has no value. For a node that lost
+    // outcomes that cannot happen, the cells are the adapter's, one per
+    // outcome left, and reach the value at SetValueValid.
     virtual double* GetBeliefs(int i);
     // The identifier of the node behind `i`, or null for an auxiliary node.
     virtual const char* GetNodeId(int i) const;
@@ -50,7 +52,8 @@ public:
     virtual int GetNodeHandle(int i) const;
     // True when `i` is a target, or when the network has no targets at all.
     virtual bool IsTarget(int i) const;
-    // Marks the value of `i` as current.
+    // Marks the value of `i` as current, after spreading the cells that
+    // GetBeliefs gave out over all its outcomes when it lost some.
     virtual void SetValueValid(int i);
     // True when the network keeps the joint tables of the cliques.
     virtual bool WillStorePotentials() const;
@@ -80,6 +83,7 @@ private:
     std::vector<int> parentStart;  // parents of i: parentList[parentStart[i] .. parentStart[i + 1])
     std::vector<int> parentList;
     std::vector<const QEL_Dmatrix*> tables;
+    std::vector<double> shrunkBeliefs;  // GetBeliefs' cells for nodes with fewer outcomes
 };
 
 #endif

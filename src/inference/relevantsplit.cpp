@@ -214,6 +214,7 @@ QEL_rNetworkList* QEL_relevantSplit(QEL_network* net, unsigned flags) {
         RemoveNuisance(master);
         components = LabelComponents(*net, master, keepWeight);
     }
+    if ((flags & QEL_SPLIT_SHRINK_STATES) != 0) Shrink_States(master);
     if (allTargets) net->ClearAllTargets();
     QEL_rNetworkList* pieces = MakePieces(master, components);
     SettleObservedSingles(*pieces);

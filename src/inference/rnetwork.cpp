@@ -121,15 +121,29 @@ void QEL_rNode::Expand_Beliefs(int n) {
 void QEL_rNode::Set_Prior_Beliefs() {
     const int states = Get_Num_of_States();
     if (node == nullptr || table == nullptr || states < 1) return;
-    Expand_Beliefs(states);
-    QEL_Dmatrix* beliefs = nullptr;
-    if (node->Value()->GetValue(&beliefs) != QEL_OKAY || beliefs == nullptr) return;
     // A table that does not sum to one (rounded by hand, or weighted by
     // nodes summed away below it) is normalised; one of zeros is copied.
     double total = 0.0;
     for (int i = 0; i < states; ++i) total += (*table)[i];
     const double scale = total > 0.0 ? 1.0 / total : 1.0;
-    for (int i = 0; i < states; ++i) (*beliefs)[i] = (*table)[i] * scale;
+    fastarray<double, 8, int> prior(states);
+    for (int i = 0; i < states; ++i) prior[i] = (*table)[i] * scale;
+    Spread_Beliefs(prior.Items());
+}
+
+void QEL_rNode::Spread_Beliefs(const double* beliefs) {
+    if (node == nullptr || node->Value() == nullptr) return;
+    const bool shrunk = !keptStates.IsEmpty();
+    const int outcomes = shrunk ? node->Definition()->GetNumberOfOutcomes() : Get_Num_of_States();
+    Expand_Beliefs(outcomes);
+    QEL_Dmatrix* value = nullptr;
+    if (node->Value()->GetValue(&value) != QEL_OKAY || value == nullptr || value->GetSize() != outcomes) return;
+    if (!shrunk) {
+        for (int i = 0; i < outcomes; ++i) (*value)[i] = beliefs[i];
+    } else {
+        value->FillWith(0.0);
+        for (int i = 0; i < keptStates.Count(); ++i) (*value)[keptStates[i]] = beliefs[i];
+    }
     node->Value()->SetValueValid();
 }
 

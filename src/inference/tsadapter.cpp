@@ -77,6 +77,12 @@ const QEL_Dmatrix* TsAdapter::GetMatrix(int i) const { return tables[size_t(i)];
 double* TsAdapter::GetBeliefs(int i) {
     QEL_rNode* record = records[size_t(i)];
     if (record->node == nullptr || record->node->Value() == nullptr) return nullptr;
+    // Engines write one node's beliefs and mark them valid before the next,
+    // so one buffer serves every node that lost outcomes.
+    if (!record->keptStates.IsEmpty()) {
+        shrunkBeliefs.assign(size_t(states[size_t(i)]), 0.0);
+        return shrunkBeliefs.data();
+    }
     record->Expand_Beliefs(states[size_t(i)]);
     QEL_Dmatrix* beliefs = nullptr;
     if (record->node->Value()->GetValue(&beliefs) != QEL_OKAY || beliefs == nullptr) return nullptr;
@@ -102,7 +108,12 @@ bool TsAdapter::IsTarget(int i) const {
 }
 
 void TsAdapter::SetValueValid(int i) {
-    QEL_node* node = records[size_t(i)]->node;
+    QEL_rNode* record = records[size_t(i)];
+    if (!record->keptStates.IsEmpty()) {
+        if (shrunkBeliefs.size() == size_t(states[size_t(i)])) record->Spread_Beliefs(shrunkBeliefs.data());
+        return;
+    }
+    QEL_node* node = record->node;
     if (node != nullptr && node->Value() != nullptr) node->Value()->SetValueValid();
 }
 

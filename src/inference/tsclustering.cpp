@@ -60,12 +60,14 @@ void DeletePieces(QEL_rNetworkList* pieces, int from) {
     delete pieces;
 }
 
-// Arcs a table ignores are dropped, except for a caller who keeps the
-// cliques' joint tables: that caller reads families off them, so every
-// family the model draws has to stay whole in some clique.
+// Arcs a table ignores are dropped and impossible outcomes taken out, except
+// for a caller who keeps the cliques' joint tables (read off as families over
+// every outcome, so each family has to stay whole in some clique) or listens
+// for the triangulation's figures (those of the model as drawn).
 unsigned SplitFlags(const QEL_network& net) {
     const unsigned flags = QEL_SPLIT_REMOVE_NUISANCE | QEL_SPLIT_USE_PROPAGATED | QEL_SPLIT_DECOMPOSE;
-    return net.IsJptStoreEnabled() ? flags : flags | QEL_SPLIT_DROP_IGNORED;
+    if (net.IsJptStoreEnabled() || TsTriangulatorStatsFunc != nullptr) return flags;
+    return flags | QEL_SPLIT_DROP_IGNORED | QEL_SPLIT_SHRINK_STATES;
 }
 
 }  // namespace

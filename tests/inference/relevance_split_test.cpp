@@ -88,15 +88,16 @@ orvil_test::BruteModel CheckedModel(const QEL_rNetwork& piece) {
     return model;
 }
 
-// Random networks with deterministic nodes, arcs that carry nothing,
-// evidence and targets, under every combination of the reductions: each piece, enumerated alone, gives its
+// Random networks with deterministic nodes, arcs that carry nothing, zero
+// cells, evidence and targets, under every combination of the reductions
+// (outcomes taken out included): each piece, enumerated alone, gives its
 // targets the posteriors of the whole network; every target is in exactly
 // one piece or was settled by its evidence; the network's targets and tables
 // are as they were; both orderings of a piece put parents first.
 TEST(RelevanceSplitTest, PiecesGiveTheWholeNetworksPosteriors) {
     std::mt19937 rng(2024);
-    const unsigned flagSets[] = {0, 1, 2, 3, 7, 15};
-    for (int round = 0; round < 180; ++round) {
+    const unsigned flagSets[] = {0, 1, 2, 3, 7, 15, 47};
+    for (int round = 0; round < 210; ++round) {
         QEL_network net;
         orvil_test::RandomNetworkOptions options;
         options.nodes = 2 + round % 11;
@@ -114,7 +115,7 @@ TEST(RelevanceSplitTest, PiecesGiveTheWholeNetworksPosteriors) {
         const orvil_test::BruteNetworkResult oracle = orvil_test::BruteForceNetwork(net);
         ASSERT_TRUE(oracle.ok);
         const std::vector<std::vector<double>> before = SnapshotTables(net);
-        const unsigned flags = flagSets[round % 6];
+        const unsigned flags = flagSets[round % 7];
 
         const Split pieces(net, flags);
         const std::string where = "round " + std::to_string(round) + " flags " + std::to_string(flags);
@@ -133,8 +134,15 @@ TEST(RelevanceSplitTest, PiecesGiveTheWholeNetworksPosteriors) {
                     const int h = model.vars[i].handle;
                     if (ordering == 1) ++seen[size_t(h)];
                     if (targetCount > 0 && net.IsTarget(h) != 1) continue;
+                    // A node that lost outcomes has them at probability 0.
+                    const QEL_rNode& record = *piece->nodes[int(i)];
+                    std::vector<double> full(oracle.byHandle[size_t(h)].size(), 0.0);
                     for (size_t s = 0; s < local.posteriors[i].size(); ++s) {
-                        EXPECT_NEAR(local.posteriors[i][s], oracle.byHandle[size_t(h)][s], 1e-12) << "node " << h;
+                        const bool shrunk = !record.keptStates.IsEmpty();
+                        full[shrunk ? size_t(record.keptStates[int(s)]) : s] = local.posteriors[i][s];
+                    }
+                    for (size_t s = 0; s < full.size(); ++s) {
+                        EXPECT_NEAR(full[s], oracle.byHandle[size_t(h)][s], 1e-12) << "node " << h;
                     }
                 }
             }
@@ -305,6 +313,46 @@ TEST(RelevanceSplitTest, ProbabilityOfEvidenceKeepsWeightNoTargetReaches) {
     SetProperty(net, "QEL_REL_BARREN_TOLERANCE", nullptr);
     ASSERT_EQ(net.CalcProbEvidence(pe, false), 0);
     EXPECT_NEAR(pe, likelihood, 1e-15);
+}
+
+// A -> B, where A's third outcome has prior 0 and B is certain to be 0 when A
+// is 0. With bit 32 A's third outcome leaves both tables; observing B at 1
+// rules out A's first outcome too, and beliefs come back with 0 at what was
+// taken out. Impossible evidence leaves every table as it was.
+TEST(RelevanceSplitTest, OutcomesThatCannotHappenLeaveTheTables) {
+    QEL_network net;
+    const int a = AddCpt(net, "A", 3);
+    const int b = AddCpt(net, "B", 2);
+    ASSERT_EQ(net.AddArc(a, b), 0);
+    FillTable(net, a, {0.5, 0.5, 0.0});
+    FillTable(net, b, {1.0, 0.0, 0.3, 0.7, 0.0, 1.0});
+    {
+        const Split split(Targets(net, {a, b}), 32);
+        ASSERT_EQ(split.ids, (Pieces{{"A", "B"}}));
+        EXPECT_EQ(split.Record(0, 0).table->GetSize(), 2);
+        EXPECT_EQ(split.Record(0, 0).keptStates.Count(), 2);
+        EXPECT_EQ(split.Record(0, 1).table->GetSize(), 4);
+        EXPECT_TRUE(split.Record(0, 1).keptStates.IsEmpty());
+        EXPECT_EQ(Split(Targets(net, {a, b}), 0).Record(0, 0).table->GetSize(), 3);
+    }
+    net.ClearAllTargets();
+    ASSERT_EQ(net.GetNode(b)->Value()->SetEvidence(1), 0);
+    {
+        const Split split(net, 32);
+        ASSERT_EQ(split.ids, (Pieces{{"A", "B"}}));
+        ASSERT_EQ(split.Record(0, 0).keptStates.Count(), 1);
+        EXPECT_EQ(split.Record(0, 0).keptStates[0], 1);
+    }
+    ASSERT_EQ(net.UpdateBeliefs(), 0);
+    EXPECT_EQ(Beliefs(net, a)[0], 0.0);
+    EXPECT_EQ(Beliefs(net, a)[1], 1.0);
+    EXPECT_EQ(Beliefs(net, a)[2], 0.0);
+
+    FillTable(net, a, {1.0, 0.0, 0.0});
+    const Split impossible(net, 32);
+    ASSERT_EQ(impossible.ids, (Pieces{{"A", "B"}}));
+    EXPECT_EQ(impossible.Record(0, 0).table->GetSize(), 3);
+    EXPECT_TRUE(impossible.Record(0, 0).keptStates.IsEmpty());
 }
 
 }  // namespace
