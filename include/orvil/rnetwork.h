@@ -114,6 +114,10 @@ public:
     // further from one gives `tolerance`), or when there is no table or it
     // does not fit the parents.
     QEL_Dmatrix* Column_Sums(double tolerance) const;
+    // True when the record has a table with a dimension per parent, of the
+    // parent's outcome count, and its own last: the shape whose dimensions
+    // match the arcs.
+    bool Table_Fits_Parents() const;
     // True when this record's family (itself and its parents) holds every
     // record of `over`.
     bool Covers(const fastarray<QEL_rNode*, 8, int>& over) const;

@@ -21,19 +21,6 @@
 
 namespace {
 
-// True when the table has a dimension per parent, with the parents' outcome
-// counts, and the node's own last: the only shape whose dimensions can be
-// matched to arcs.
-bool FitsParents(const QEL_rNode& record) {
-    const QEL_Dmatrix& table = *record.table;
-    const int parentCount = record.parents.Count();
-    if (table.GetNumberOfDimensions() != parentCount + 1) return false;
-    for (int p = 0; p < parentCount; ++p) {
-        if (table.GetSizeOfDimension(p) != record.parents[p]->Get_Num_of_States()) return false;
-    }
-    return true;
-}
-
 // True when no cell of the table changes along dimension `dim`. Within each
 // block of the slower dimensions, slice k is compared with slice k + 1, cell
 // by cell in memory order. The comparison is exact: only a parent that
@@ -59,7 +46,7 @@ void Unlink(fastarray<QEL_rNode*, 16, int>& children, QEL_rNode* child) { childr
 }  // namespace
 
 void Drop_Ignored_Parents(QEL_rNode* record) {
-    if (record->table == nullptr || record->parents.IsEmpty() || !FitsParents(*record)) return;
+    if (record->parents.IsEmpty() || !record->Table_Fits_Parents()) return;
     const int parentCount = record->parents.Count();
     QEL_intArray fixed;
     bool any = false;

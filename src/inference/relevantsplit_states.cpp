@@ -46,35 +46,40 @@ struct Listing {
     const int* Of(int d) const { return states.data() + start[size_t(d)]; }
 };
 
-// Walks the columns of a table at the listed states of its parent
-// dimensions (every dimension but the last), last parent fastest, calling
-// visit(offset of the column's first cell, positions within the lists).
-// Returns early when visit returns false.
+// Walks the cells of a table at the listed states of every dimension but
+// `held`, last dimension fastest, calling visit(offset, positions within the
+// lists) until it returns false; the result tells whether it did. The held
+// dimension stays at its listed state number `k`, or adds nothing when `k`
+// is negative (the walk then visits the start of each run along it).
 template <class Visit>
-void WalkColumns(const QEL_Dmatrix& table, const Listing& listed, std::vector<int>& at, Visit visit) {
-    const int parents = listed.Dims() - 1;
-    for (int d = 0; d <= parents; ++d) {
-        if (listed.Size(d) == 0) return;
-    }
+bool WalkListed(const QEL_Dmatrix& table, const Listing& listed, int held, int k, std::vector<int>& at,
+                Visit visit) {
+    const int dims = listed.Dims();
     const QEL_intArray& strides = table.GetPreProduct();
-    at.assign(size_t(parents), 0);
+    at.resize(size_t(dims));
     int offset = 0;
-    for (int d = 0; d < parents; ++d) offset += listed.Of(d)[0] * strides.Subscript(d);
+    for (int d = 0; d < dims; ++d) {
+        at[size_t(d)] = 0;
+        if (listed.Size(d) == 0) return false;
+        if (d != held) offset += listed.Of(d)[0] * strides.Subscript(d);
+    }
+    if (k >= 0) offset += listed.Of(held)[k] * strides.Subscript(held);
     for (;;) {
-        if (!visit(offset, at.data())) return;
-        int d = parents - 1;
+        if (!visit(offset, at.data())) return true;
+        int d = dims - 1;
         for (; d >= 0; --d) {
+            if (d == held) continue;
             const int* list = listed.Of(d);
-            int& k = at[size_t(d)];
-            if (k + 1 < listed.Size(d)) {
-                offset += (list[k + 1] - list[k]) * strides.Subscript(d);
-                ++k;
+            int& position = at[size_t(d)];
+            if (position + 1 < listed.Size(d)) {
+                offset += (list[position + 1] - list[position]) * strides.Subscript(d);
+                ++position;
                 break;
             }
-            offset -= (list[k] - list[0]) * strides.Subscript(d);
-            k = 0;
+            offset -= (list[position] - list[0]) * strides.Subscript(d);
+            position = 0;
         }
-        if (d < 0) return;
+        if (d < 0) return false;
     }
 }
 
@@ -120,17 +125,6 @@ private:
     std::vector<int> at;
 };
 
-bool FitsFamily(const QEL_rNode& record) {
-    if (record.table == nullptr) return false;
-    const QEL_Dmatrix& table = *record.table;
-    const int parentCount = record.parents.Count();
-    if (table.GetNumberOfDimensions() != parentCount + 1) return false;
-    for (int p = 0; p < parentCount; ++p) {
-        if (table.GetSizeOfDimension(p) != record.parents[p]->Get_Num_of_States()) return false;
-    }
-    return true;
-}
-
 bool AnyZero(const QEL_Dmatrix& table) {
     const double* cells = table.GetItems().Items();
     for (int i = 0; i < table.GetSize(); ++i) {
@@ -169,7 +163,7 @@ bool StateShrinker::Prepare() {
     queued.assign(size_t(n), 0);
     for (int i = 0; i < n; ++i) {
         QEL_rNode* record = master.nodes[i];
-        if (!FitsFamily(*record)) return false;
+        if (!record->Table_Fits_Parents()) return false;
         slotOf[size_t(record->pool->IndexOf(record))] = i;
         const int states = record->Get_Num_of_States();
         first.push_back(first.back() + states);
@@ -230,7 +224,6 @@ bool StateShrinker::Scan(int index) {
     List(index, false);
     const int own = listed.Dims() - 1;
     listed.flags.assign(listed.states.size(), 1);
-    at.resize(size_t(own) + 1);
     const QEL_Dmatrix& table = *master.nodes[index]->table;
     for (int d = 0; d <= own; ++d) {
         const int member = members[size_t(d)];
@@ -254,32 +247,8 @@ bool StateShrinker::Scan(int index) {
 // few cells, so a scan costs little more than a look per listed state; only
 // a state about to be ruled out costs its whole slice.
 bool StateShrinker::AnyPositive(const QEL_Dmatrix& table, int slice, int k) {
-    const int dims = listed.Dims();
-    const QEL_intArray& strides = table.GetPreProduct();
     const double* cells = table.GetItems().Items();
-    int offset = 0;
-    for (int d = 0; d < dims; ++d) {
-        at[size_t(d)] = 0;
-        if (listed.Size(d) == 0) return false;
-        offset += listed.Of(d)[d == slice ? k : 0] * strides.Subscript(d);
-    }
-    for (;;) {
-        if (cells[offset] != 0.0) return true;
-        int d = dims - 1;
-        for (; d >= 0; --d) {
-            if (d == slice) continue;
-            const int* list = listed.Of(d);
-            int& position = at[size_t(d)];
-            if (position + 1 < listed.Size(d)) {
-                offset += (list[position + 1] - list[position]) * strides.Subscript(d);
-                ++position;
-                break;
-            }
-            offset -= (list[position] - list[0]) * strides.Subscript(d);
-            position = 0;
-        }
-        if (d < 0) return false;
-    }
+    return WalkListed(table, listed, slice, k, at, [cells](int offset, const int*) { return cells[offset] == 0.0; });
 }
 
 // Takes away the listed states of dimension `d` (of `member`) that the
@@ -315,7 +284,7 @@ void StateShrinker::Reshape(int index) {
     const double* cells = record->table->GetItems().Items();
     const int* ownStates = listed.Of(own);
     const int ownCount = listed.Size(own);
-    WalkColumns(*record->table, listed, at, [&](int offset, const int*) {
+    WalkListed(*record->table, listed, own, -1, at, [&](int offset, const int*) {
         for (int k = 0; k < ownCount; ++k) *out++ = cells[offset + ownStates[k]];
         return true;
     });

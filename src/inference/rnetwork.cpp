@@ -99,6 +99,14 @@ int QEL_rNode::Get_Num_of_States() const {
     return 0;
 }
 
+bool QEL_rNode::Table_Fits_Parents() const {
+    if (table == nullptr || table->GetNumberOfDimensions() != parents.Count() + 1) return false;
+    for (int p = 0; p < parents.Count(); ++p) {
+        if (table->GetSizeOfDimension(p) != parents[p]->Get_Num_of_States()) return false;
+    }
+    return true;
+}
+
 bool QEL_rNode::Is_Conflicting_Evidence() const {
     if (evidence < 0) return false;
     if (table == nullptr || evidence >= table->GetSize()) return true;
