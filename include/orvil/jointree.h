@@ -34,6 +34,7 @@
 #include "orvil/tsmatrix.h"
 
 class TsAdapter;
+class TsContraction;
 class TsPass;
 
 class TsJoinTree {
@@ -129,6 +130,10 @@ private:
     // Sends `clique`'s message to its parent. A clique with no separator
     // instead multiplies its potential's total into `apart`, when given.
     void CollectClique(TsClique& clique, double* apart);
+    // Adds `clique`'s message into its separator as a product of matrices
+    // (ts_contraction.h) when the clique holds exactly two factors and that
+    // is cheaper than a pass; false, with nothing done, otherwise.
+    bool ContractClique(TsClique& clique);
     // The way down through `clique` and then its subtree.
     void DistributeClique(TsClique& clique);
     // Writes the belief of one planned node, or reports a zero potential.
@@ -139,6 +144,7 @@ private:
     TsClique* root;
     fastarray<TsClique*, 32, int> cliques;
     TsPass* pass;
+    TsContraction* contraction;
     std::vector<TsClique*> order;
     std::vector<BeliefSlot> plan;
     std::vector<double> marginals;

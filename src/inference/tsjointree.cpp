@@ -9,7 +9,9 @@
 // separator as it is built; on the way down it is rebuilt with the same
 // factors and, last, the ratio of the parent's new separator marginal to the
 // old message, and the children's marginals, the beliefs read there and the
-// exported table are taken from it.
+// exported table are taken from it. A clique of exactly two factors sends
+// its message up as a product of matrices instead (ts_contraction.h), when
+// packing the factors costs clearly less than building the potential.
 //
 // Building potentials is the whole cost, so an update builds only what it
 // reads. The cliques it reads from are the wanted ones. The way down must
@@ -27,17 +29,19 @@
 #include <algorithm>
 #include <vector>
 
+#include "inference/ts_contraction.h"
 #include "inference/ts_pass.h"
 #include "orvil/dmatrix.h"
 #include "orvil/triangulator.h"
 #include "orvil/tsadapter.h"
 
 TsJoinTree::TsJoinTree(TsAdapter& adapter)
-    : adapter(adapter), pool(nullptr), root(nullptr), pass(new TsPass()) {}
+    : adapter(adapter), pool(nullptr), root(nullptr), pass(new TsPass()), contraction(new TsContraction()) {}
 
 TsJoinTree::~TsJoinTree() {
     CleanUp();
     delete pass;
+    delete contraction;
 }
 
 bool TsJoinTree::UpdateBeliefsEx(bool* pending, unsigned sizeLimit) {
@@ -286,12 +290,13 @@ void TsJoinTree::Collect() {
 void TsJoinTree::CollectClique(TsClique& clique, double* apart) {
     int64_t strides[TsMatrix::maxDims];
     if (clique.HasSeparator()) {
-        AddPotential(clique);
         clique.sepMessage.Fill(0.0);
+        ++work.collectBuilds;
+        if (ContractClique(clique)) return;
+        AddPotential(clique);
         clique.SubsetStrides(clique.separator, clique.sepMessage.dims, strides);
         pass->AddTarget(TsPass::sumInto, clique.sepMessage.data, strides);
         pass->Run();
-        ++work.collectBuilds;
     } else if (apart != nullptr) {
         // All strides 0: the whole potential is summed into one cell, in order.
         AddPotential(clique);
@@ -302,6 +307,30 @@ void TsJoinTree::CollectClique(TsClique& clique, double* apart) {
         ++work.collectBuilds;
         *apart *= total;
     }
+}
+
+bool TsJoinTree::ContractClique(TsClique& clique) {
+    const double* factors[2];
+    int64_t strides[2][TsMatrix::maxDims];
+    int count = 0;
+    for (int h = 0; h < clique.hostedCount; ++h) {
+        if (count == 2) return false;
+        factors[count] = clique.TableStrides(adapter, clique.hosted[h], strides[count]);
+        ++count;
+    }
+    for (TsClique* child : clique.children) {
+        if (!child->HasSeparator()) continue;
+        if (count == 2) return false;
+        clique.SubsetStrides(child->separator, child->sepMessage.dims, strides[count]);
+        factors[count] = child->sepMessage.data;
+        ++count;
+    }
+    if (count != 2) return false;
+    int64_t targetStrides[TsMatrix::maxDims];
+    clique.SubsetStrides(clique.separator, clique.sepMessage.dims, targetStrides);
+    if (!contraction->Plan(clique.dims, strides[0], strides[1], targetStrides)) return false;
+    contraction->Run(factors[0], factors[1], clique.sepMessage.data);
+    return true;
 }
 
 void TsJoinTree::Distribute() {
