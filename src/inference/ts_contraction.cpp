@@ -102,9 +102,10 @@ void TsContraction::Run(const double* a, const double* b, double* target) {
     AddInto(target, result.data(), spread);
 }
 
-void TsContraction::Gather(double* out, const double* in, const Walk& walk) {
+template <class Visit>
+void TsContraction::ForEachCell(const Walk& walk, Visit visit) {
     if (walk.count == 0) {
-        *out = *in;
+        visit(0);
         return;
     }
     const int last = walk.count - 1;
@@ -113,8 +114,8 @@ void TsContraction::Gather(double* out, const double* in, const Walk& walk) {
     int32_t counters[TsMatrix::maxDims] = {};
     std::ptrdiff_t offset = 0;
     for (;;) {
-        const double* cell = in + offset;
-        for (int32_t i = 0; i < n; ++i, cell += step) *out++ = *cell;
+        std::ptrdiff_t cell = offset;
+        for (int32_t i = 0; i < n; ++i, cell += step) visit(cell);
         int d = last - 1;
         for (; d >= 0; --d) {
             offset += walk.strides[d];
@@ -126,28 +127,12 @@ void TsContraction::Gather(double* out, const double* in, const Walk& walk) {
     }
 }
 
+void TsContraction::Gather(double* out, const double* in, const Walk& walk) {
+    ForEachCell(walk, [&out, in](std::ptrdiff_t cell) { *out++ = in[cell]; });
+}
+
 void TsContraction::AddInto(double* target, const double* in, const Walk& walk) {
-    if (walk.count == 0) {
-        *target += *in;
-        return;
-    }
-    const int last = walk.count - 1;
-    const int32_t n = walk.sizes[last];
-    const int64_t step = walk.strides[last];
-    int32_t counters[TsMatrix::maxDims] = {};
-    std::ptrdiff_t offset = 0;
-    for (;;) {
-        double* cell = target + offset;
-        for (int32_t i = 0; i < n; ++i, cell += step) *cell += *in++;
-        int d = last - 1;
-        for (; d >= 0; --d) {
-            offset += walk.strides[d];
-            if (++counters[d] < walk.sizes[d]) break;
-            offset -= walk.strides[d] * walk.sizes[d];
-            counters[d] = 0;
-        }
-        if (d < 0) return;
-    }
+    ForEachCell(walk, [target, &in](std::ptrdiff_t cell) { target[cell] += *in++; });
 }
 
 void TsContraction::MultiplyRows() {

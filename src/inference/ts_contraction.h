@@ -61,7 +61,13 @@ private:
         int64_t strides[TsMatrix::maxDims];
         void Append(const Group& group, int operand);
     };
+    // Calls visit(offset) for every cell of `walk`, in order, the last
+    // dimension fastest.
+    template <class Visit>
+    static void ForEachCell(const Walk& walk, Visit visit);
+    // Packs the cells `walk` reaches from `in` densely into `out`.
     static void Gather(double* out, const double* in, const Walk& walk);
+    // Adds the dense cells of `in` into the cells `walk` reaches from `target`.
     static void AddInto(double* target, const double* in, const Walk& walk);
     void MultiplyRows();
     void MultiplyDots();
